@@ -172,21 +172,28 @@ void cBitFilter::BitsResample(const Bits& source, int32_t newWidth, int32_t newH
   Bits out(newWidth, newHeight);
   const double sx = static_cast<double>(source.MaxX()) / newWidth;
   const double sy = static_cast<double>(source.MaxY()) / newHeight;
+  // The column positions are the same on every row: work them out once.
+  std::vector<int32_t> columns(static_cast<size_t>(std::max(newWidth, 0)));
+  std::vector<double> fractions(columns.size());
+  for (int32_t x = 0; x < newWidth; ++x) {
+    const double u = x * sx;
+    columns[x] = Floor(u);
+    fractions[x] = u - columns[x];
+  }
   MaxY = newHeight - 1;
   ForEachRow(0, newHeight - 1, true, [&](int32_t y) {
     const double v = y * sy;
     const int32_t y0 = Floor(v);
     const double fy = v - y0;
+    const uint8_t* top = source.Pixel(0, y0);
+    const uint8_t* below = source.Pixel(0, y0 + 1);
     uint8_t* dst = out.Row(y);
     for (int32_t x = 0; x < newWidth; ++x) {
-      const double u = x * sx;
-      const int32_t x0 = Floor(u);
-      const double fx = u - x0;
-      const uint8_t* top = source.Pixel(x0, y0);
-      const uint8_t* below = source.Pixel(x0, y0 + 1);
+      const ptrdiff_t i = 4 * static_cast<ptrdiff_t>(columns[x]);
+      const double fx = fractions[x];
       for (int c = 0; c < 3; ++c) {
-        const double left = RoundHalfEven((1 - fy) * top[c] + fy * below[c]);
-        const double right = RoundHalfEven((1 - fy) * top[4 + c] + fy * below[4 + c]);
+        const double left = RoundHalfEven((1 - fy) * top[i + c] + fy * below[i + c]);
+        const double right = RoundHalfEven((1 - fy) * top[i + 4 + c] + fy * below[i + 4 + c]);
         dst[4 * x + c] = RoundByte((1 - fx) * left + fx * right);
       }
     }
