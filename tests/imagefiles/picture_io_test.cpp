@@ -1,0 +1,305 @@
+#include "imagefiles/picture_io.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <random>
+#include <regex>
+#include <sstream>
+
+#include "base/byte_io.h"
+#include "test_support.h"
+
+namespace kelvane {
+namespace {
+
+using test::DataFile;
+
+struct ManifestEntry {
+  std::string file;
+  int width = 0;
+  int height = 0;
+};
+
+// The sample table: the first "WxH" of the header-parse column gives the size.
+std::vector<ManifestEntry> ReadManifest() {
+  std::ifstream in(DataFile("MANIFEST.tsv"));
+  std::vector<ManifestEntry> entries;
+  std::string line;
+  std::getline(in, line);  // header
+  const std::regex size(R"((\d+)x(\d+))");
+  while (std::getline(in, line)) {
+    std::vector<std::string> cols;
+    std::stringstream ss(line);
+    std::string col;
+    while (std::getline(ss, col, '\t')) cols.push_back(col);
+    if (cols.size() < 3) continue;
+    std::smatch m;
+    if (!std::regex_search(cols[2], m, size)) continue;
+    entries.push_back({cols[0], std::stoi(m[1]), std::stoi(m[2])});
+  }
+  return entries;
+}
+
+int32_t Le32(const ByteVector& b, size_t at) {
+  return static_cast<int32_t>(b[at] | (b[at + 1] << 8) | (b[at + 2] << 16) | (static_cast<uint32_t>(b[at + 3]) << 24));
+}
+
+// Blue, green, red of pixel (x, y from the top) of an uncompressed 8- or
+// 24-bit BMP file, read straight from its bytes.
+std::array<uint8_t, 3> BmpPixel(const ByteVector& file, int x, int y) {
+  const int32_t off_bits = Le32(file, 10);
+  const int32_t header_size = Le32(file, 14);
+  const int32_t w = Le32(file, 18);
+  const int32_t h = Le32(file, 22);
+  const int bpp = file[28] | (file[29] << 8);
+  const int stride = (w * bpp + 31) / 32 * 4;
+  const int row = h < 0 ? y : h - 1 - y;  // negative height: top-down rows
+  const uint8_t* p = file.data() + off_bits + static_cast<size_t>(row) * stride;
+  if (bpp == 24) return {p[3 * x], p[3 * x + 1], p[3 * x + 2]};
+  const uint8_t* entry = file.data() + 14 + header_size + 4 * p[x];
+  return {entry[0], entry[1], entry[2]};
+}
+
+void ExpectPixel(const Bits& b, int x, int y, int red, int green, int blue) {
+  EXPECT_EQ(b.At(2, x, y), red) << "red at " << x << "," << y;
+  EXPECT_EQ(b.At(1, x, y), green) << "green at " << x << "," << y;
+  EXPECT_EQ(b.At(0, x, y), blue) << "blue at " << x << "," << y;
+  EXPECT_EQ(b.At(3, x, y), 0) << "spare byte at " << x << "," << y;
+}
+
+Bits RandomPicture(int w, int h, uint32_t seed) {
+  Bits b(w, h);
+  std::mt19937 rng(seed);
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x)
+      for (int c = 0; c < 4; ++c) b.At(c, x, y) = static_cast<uint8_t>(rng());
+  return b;
+}
+
+TEST(PictureFiles, SamplesDecodeToManifestSize) {
+  const std::vector<ManifestEntry> entries = ReadManifest();
+  ASSERT_GE(entries.size(), 5u);
+  // The file's own depth as FreeImage counts it.
+  const std::map<std::string, int> depth = {
+      {"bmp-24bit-oddwidth-119x96.bmp", 24}, {"bmp-8bit-topdown.bmp", 8},
+      {"png-rgba-8bit-32x32.png", 32},       {"png-palette-4bit-32x32.png", 4},
+      {"jpg-baseline-420-227x149.jpg", 24},  {"ras-24bit-standard-32x32.ras", 24},
+      {"pcx-8bit-palette256-32x32.pcx", 8},
+  };
+  for (const ManifestEntry& e : entries) {
+    SCOPED_TRACE(e.file);
+    Bits bits;
+    std::string error;
+    ASSERT_TRUE(LoadPictureFile(DataFile(e.file), bits, error)) << error;
+    EXPECT_EQ(bits.Width(), e.width);
+    EXPECT_EQ(bits.Height(), e.height);
+    int w = 0, h = 0, bpp = 0;
+    ASSERT_TRUE(ProbePictureFile(DataFile(e.file), w, h, bpp, error)) << error;
+    EXPECT_EQ(w, e.width);
+    EXPECT_EQ(h, e.height);
+    if (depth.count(e.file)) {
+      EXPECT_EQ(bpp, depth.at(e.file));
+    }
+  }
+}
+
+TEST(PictureFiles, BmpPixelsMatchTheFileBytes) {
+  for (const char* name : {"bmp-24bit-oddwidth-119x96.bmp", "bmp-8bit-topdown.bmp"}) {
+    SCOPED_TRACE(name);
+    ByteVector file;
+    ASSERT_TRUE(ReadWholeFile(DataFile(name), file));
+    Bits bits;
+    std::string error;
+    ASSERT_TRUE(LoadPictureFile(DataFile(name), bits, error)) << error;
+    int mismatches = 0;
+    for (int y = 0; y < bits.Height(); ++y)
+      for (int x = 0; x < bits.Width(); ++x) {
+        const auto bgr = BmpPixel(file, x, y);
+        for (int c = 0; c < 3; ++c) mismatches += bits.At(c, x, y) != bgr[c];
+        mismatches += bits.At(3, x, y) != 0;
+      }
+    EXPECT_EQ(mismatches, 0);
+    // The frame stays zero.
+    EXPECT_EQ(bits.At(0, -1, 0), 0);
+    EXPECT_EQ(bits.At(2, bits.Width(), bits.Height() - 1), 0);
+  }
+}
+
+TEST(PictureFiles, PngPixelsAtKnownPlaces) {
+  // Values read from the PNG data by hand-decoding its rows. Both samples
+  // carry a gAMA chunk, which is not applied: the stored samples come out.
+  // The alpha of the RGBA sample is dropped by the flattening.
+  Bits rgba, palette;
+  std::string error;
+  ASSERT_TRUE(LoadPictureFile(DataFile("png-rgba-8bit-32x32.png"), rgba, error)) << error;
+  ExpectPixel(rgba, 0, 0, 255, 0, 8);      // alpha 0 in the file
+  ExpectPixel(rgba, 31, 0, 255, 0, 8);
+  ExpectPixel(rgba, 5, 9, 224, 255, 6);    // alpha 41
+  ExpectPixel(rgba, 17, 30, 0, 64, 255);   // alpha 139
+  ExpectPixel(rgba, 31, 31, 0, 32, 255);
+
+  ASSERT_TRUE(LoadPictureFile(DataFile("png-palette-4bit-32x32.png"), palette, error)) << error;
+  ExpectPixel(palette, 0, 0, 255, 0, 0);
+  ExpectPixel(palette, 31, 0, 0, 255, 153);
+  ExpectPixel(palette, 5, 9, 221, 255, 0);
+  ExpectPixel(palette, 17, 30, 34, 0, 255);
+  ExpectPixel(palette, 31, 31, 255, 0, 187);
+}
+
+TEST(PictureFiles, DecodesMatchUpstreamReferences) {
+  for (const char* name : {"ras-24bit-standard-32x32.ras", "pcx-8bit-palette256-32x32.pcx"}) {
+    SCOPED_TRACE(name);
+    Bits sample, reference;
+    std::string error;
+    ASSERT_TRUE(LoadPictureFile(DataFile(name), sample, error)) << error;
+    ASSERT_TRUE(LoadPictureFile(DataFile(std::string("ref/") + name + ".png"), reference, error)) << error;
+    ASSERT_TRUE(sample.SameShape(reference));
+    EXPECT_TRUE(sample == reference);
+  }
+}
+
+TEST(PictureFiles, LosslessRoundTrips) {
+  test::TempDir dir;
+  const Bits picture = RandomPicture(13, 7, 42);  // odd width: padded rows in BMP
+  for (const char* name : {"a.png", "b.bmp", "d.tga", "e.ppm", "f.PNG"}) {
+    SCOPED_TRACE(name);
+    std::string error;
+    ASSERT_TRUE(SavePictureFile(dir / name, picture, error)) << error;
+    EXPECT_FALSE(std::filesystem::exists(dir / (std::string(name) + ".part")));
+    Bits back;
+    ASSERT_TRUE(LoadPictureFile(dir / name, back, error)) << error;
+    ASSERT_EQ(back.Width(), 13);
+    ASSERT_EQ(back.Height(), 7);
+    int mismatches = 0;
+    for (int y = 0; y < 7; ++y)
+      for (int x = 0; x < 13; ++x) {
+        for (int c = 0; c < 3; ++c) mismatches += back.At(c, x, y) != picture.At(c, x, y);
+        mismatches += back.At(3, x, y) != 0;  // the spare byte is not saved
+      }
+    EXPECT_EQ(mismatches, 0);
+    int w = 0, h = 0, bpp = 0;
+    ASSERT_TRUE(ProbePictureFile(dir / name, w, h, bpp, error)) << error;
+    EXPECT_EQ(bpp, 24);
+  }
+}
+
+TEST(PictureFiles, JpegSaveIsCloseAtHighQuality) {
+  test::TempDir dir;
+  // A smooth gradient, which quality 90 keeps within a few levels.
+  Bits picture(40, 24);
+  for (int y = 0; y < 24; ++y)
+    for (int x = 0; x < 40; ++x) {
+      picture.At(0, x, y) = static_cast<uint8_t>(5 * x);
+      picture.At(1, x, y) = static_cast<uint8_t>(8 * y);
+      picture.At(2, x, y) = 128;
+    }
+  std::string error;
+  for (const char* name : {"g.jpg", "h.jpeg"}) {
+    ASSERT_TRUE(SavePictureFile(dir / name, picture, error)) << error;
+    Bits back;
+    ASSERT_TRUE(LoadPictureFile(dir / name, back, error)) << error;
+    ASSERT_TRUE(back.SameShape(picture));
+    long total = 0;
+    for (int y = 0; y < 24; ++y)
+      for (int x = 0; x < 40; ++x)
+        for (int c = 0; c < 3; ++c) total += std::abs(back.At(c, x, y) - picture.At(c, x, y));
+    EXPECT_LT(static_cast<double>(total) / (40 * 24 * 3), 3.0) << name;
+  }
+}
+
+TEST(PictureFiles, UnreadableFilesGiveOneLineErrors) {
+  test::TempDir dir;
+  const Bits before = RandomPicture(2, 2, 1);
+  auto expect_failure = [&](const std::filesystem::path& path, const std::string& fragment) {
+    Bits out = before;
+    std::string error;
+    EXPECT_FALSE(LoadPictureFile(path, out, error)) << path;
+    EXPECT_NE(error.find("cannot read '" + path.string() + "'"), std::string::npos) << error;
+    EXPECT_NE(error.find(fragment), std::string::npos) << error;
+    EXPECT_EQ(error.find('\n'), std::string::npos);
+    EXPECT_TRUE(out == before);  // untouched on failure
+    int w = -1, h = -1, bpp = -1;
+    error.clear();
+    EXPECT_FALSE(ProbePictureFile(path, w, h, bpp, error));
+    EXPECT_FALSE(error.empty());
+  };
+
+  expect_failure(dir / "absent.png", "no such file");
+  expect_failure(dir.path(), "folder");
+
+  const ByteVector text = {'h', 'e', 'l', 'l', 'o', ' ', 'w', 'o', 'r', 'l', 'd', '\n'};
+  ASSERT_TRUE(WriteFileAtomically(dir / "notes.xyz", text));
+  expect_failure(dir / "notes.xyz", "not a picture file FreeImage can decode");
+  // A foreign file under a picture extension.
+  ASSERT_TRUE(WriteFileAtomically(dir / "fake.png", text));
+  expect_failure(dir / "fake.png", "could not be decoded");
+
+  // Truncated PNG: signature and header survive, the data does not.
+  ByteVector png;
+  ASSERT_TRUE(ReadWholeFile(DataFile("png-rgba-8bit-32x32.png"), png));
+  png.resize(png.size() / 2);
+  ASSERT_TRUE(WriteFileAtomically(dir / "half.png", png));
+  expect_failure(dir / "half.png", "could not be decoded");
+}
+
+TEST(PictureFiles, TruncatedFilesDoNotCrash) {
+  test::TempDir dir;
+  for (const char* name : {"bmp-24bit-oddwidth-119x96.bmp", "bmp-8bit-topdown.bmp", "jpg-baseline-420-227x149.jpg",
+                           "png-palette-4bit-32x32.png", "pcx-8bit-palette256-32x32.pcx"}) {
+    ByteVector bytes;
+    ASSERT_TRUE(ReadWholeFile(DataFile(name), bytes));
+    for (size_t keep : {size_t{0}, size_t{10}, size_t{60}, bytes.size() / 3, bytes.size() - 1}) {
+      ByteVector cut(bytes.begin(), bytes.begin() + static_cast<long>(keep));
+      const auto path = dir / (std::to_string(keep) + "-" + name);
+      ASSERT_TRUE(WriteFileAtomically(path, cut));
+      Bits out;
+      std::string error;
+      if (!LoadPictureFile(path, out, error)) {
+        EXPECT_FALSE(error.empty()) << name << " cut to " << keep;
+      } else {
+        EXPECT_GT(out.Width(), 0);
+      }
+    }
+  }
+}
+
+TEST(PictureFiles, FailedSaveLeavesNoFile) {
+  test::TempDir dir;
+  const Bits picture = RandomPicture(4, 3, 5);
+  std::string error;
+
+  EXPECT_FALSE(SavePictureFile(dir / "x.gifx", picture, error));
+  EXPECT_NE(error.find("cannot write '"), std::string::npos) << error;
+  EXPECT_FALSE(std::filesystem::exists(dir / "x.gifx"));
+
+  error.clear();
+  EXPECT_FALSE(SavePictureFile(dir / "no-such-folder" / "x.png", picture, error));
+  EXPECT_FALSE(error.empty());
+  EXPECT_FALSE(std::filesystem::exists(dir / "no-such-folder"));
+
+  // An empty picture does not replace an existing file.
+  ASSERT_TRUE(SavePictureFile(dir / "keep.png", picture, error)) << error;
+  ByteVector before, after;
+  ASSERT_TRUE(ReadWholeFile(dir / "keep.png", before));
+  error.clear();
+  EXPECT_FALSE(SavePictureFile(dir / "keep.png", Bits(), error));
+  EXPECT_FALSE(error.empty());
+  ASSERT_TRUE(ReadWholeFile(dir / "keep.png", after));
+  EXPECT_EQ(before, after);
+
+  // The target name is taken by a folder: the rename fails, nothing is left over.
+  std::filesystem::create_directory(dir / "taken.bmp");
+  std::filesystem::create_directory(dir / "taken.bmp" / "inside");
+  error.clear();
+  EXPECT_FALSE(SavePictureFile(dir / "taken.bmp", picture, error));
+  EXPECT_FALSE(error.empty());
+  EXPECT_TRUE(std::filesystem::is_directory(dir / "taken.bmp"));
+  EXPECT_FALSE(std::filesystem::exists(dir / "taken.bmp.part"));
+}
+
+}  // namespace
+}  // namespace kelvane
