@@ -78,8 +78,18 @@ class cBitFilter {
   int32_t GetLMin();
   int32_t GetLMed();
 
-  // --- filters ---------------------------------------------------------------
+  // --- convolution and rank filters (convolution_filters.cpp) -----------------
+  // (end of convolution and rank filters)
+
+  // --- colour filters (colour_filters.cpp) -------------------------------------
   Bits GreyScale();
+  // (end of colour filters)
+
+  // --- colour effects (colour_effects.cpp) -------------------------------------
+  // (end of colour effects)
+
+  // --- deformation filters (deformation_filters.cpp) ---------------------------
+  // (end of deformation filters)
 
   // --- engine settings -------------------------------------------------------
   void SetProgressHandler(ProgressHandler handler) { progress_ = std::move(handler); }

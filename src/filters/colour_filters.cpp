@@ -3,6 +3,7 @@
 
 #include "base/numeric.h"
 #include "filters/bit_filter.h"
+#include "filters/filter_families.h"
 
 namespace kelvane {
 
@@ -38,6 +39,12 @@ Bits cBitFilter::GreyScale() {
   });
   RaiseProgress(100);
   return out;
+}
+
+std::vector<FilterMethod> ColourMethods() {
+  return {
+      Method("GreyScale", &cBitFilter::GreyScale),
+  };
 }
 
 }  // namespace kelvane

@@ -1,5 +1,7 @@
 #include "filters/filter_catalogue.h"
 
+#include "filters/filter_families.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
@@ -21,8 +23,8 @@ const char* ParamKindName(ParamKind kind) {
   return "value";
 }
 
-const std::vector<FilterMethod>& FilterMethods() {
-  static const std::vector<FilterMethod> methods = {
+std::vector<FilterMethod> FrameMethods() {
+  return {
       Method("BitsBlack", &cBitFilter::BitsBlack),
       Method("BitsCrop", &cBitFilter::BitsCrop, {"source", "left", "top", "right", "bottom"}),
       Method("BitsCropMasked", &cBitFilter::BitsCropMasked, {"source", "left", "top", "right", "bottom"}),
@@ -33,9 +35,18 @@ const std::vector<FilterMethod>& FilterMethods() {
       Method("GetLMax", &cBitFilter::GetLMax),
       Method("GetLMed", &cBitFilter::GetLMed),
       Method("GetLMin", &cBitFilter::GetLMin),
-      Method("GreyScale", &cBitFilter::GreyScale),
       Method("NewDoc", &cBitFilter::NewDoc, {"red", "green", "blue"}),
   };
+}
+
+const std::vector<FilterMethod>& FilterMethods() {
+  static const std::vector<FilterMethod> methods = [] {
+    std::vector<FilterMethod> all;
+    for (auto family : {FrameMethods, ConvolutionMethods, ColourMethods, ColourEffectMethods, DeformationMethods}) {
+      for (FilterMethod& m : family()) all.push_back(std::move(m));
+    }
+    return all;
+  }();
   return methods;
 }
 
