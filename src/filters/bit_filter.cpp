@@ -287,30 +287,34 @@ Bits cBitFilter::NewDoc(uint8_t red, uint8_t green, uint8_t blue) {
   return out;
 }
 
+namespace {
+
+// Calls fn(L) with L = Trunc((blue + green + red) / 3) for every picture pixel.
+template <class Fn>
+void ForEachLuminance(const Bits& bits, int32_t maxX, int32_t maxY, Fn&& fn) {
+  for (int32_t y = 0; y <= maxY; ++y) {
+    const uint8_t* p = bits.Row(y);
+    for (int32_t x = 0; x <= maxX; ++x, p += 4) fn((p[0] + p[1] + p[2]) / 3);
+  }
+}
+
+}  // namespace
+
 int32_t cBitFilter::GetLMax() {
   int32_t best = 0;
-  for (int32_t y = 0; y <= MaxY; ++y) {
-    const uint8_t* p = bits_.Row(y);
-    for (int32_t x = 0; x <= MaxX; ++x, p += 4) best = std::max(best, (p[0] + p[1] + p[2]) / 3);
-  }
+  ForEachLuminance(bits_, MaxX, MaxY, [&](int32_t l) { best = std::max(best, l); });
   return best;
 }
 
 int32_t cBitFilter::GetLMin() {
   int32_t best = 255;
-  for (int32_t y = 0; y <= MaxY; ++y) {
-    const uint8_t* p = bits_.Row(y);
-    for (int32_t x = 0; x <= MaxX; ++x, p += 4) best = std::min(best, (p[0] + p[1] + p[2]) / 3);
-  }
+  ForEachLuminance(bits_, MaxX, MaxY, [&](int32_t l) { best = std::min(best, l); });
   return best;
 }
 
 int32_t cBitFilter::GetLMed() {
   int64_t sum = 0;
-  for (int32_t y = 0; y <= MaxY; ++y) {
-    const uint8_t* p = bits_.Row(y);
-    for (int32_t x = 0; x <= MaxX; ++x, p += 4) sum += (p[0] + p[1] + p[2]) / 3;
-  }
+  ForEachLuminance(bits_, MaxX, MaxY, [&](int32_t l) { sum += l; });
   const int64_t count = static_cast<int64_t>(MaxX + 1) * (MaxY + 1);
   // An empty picture divides by zero: the statement fails and the mean is 0.
   return count > 0 ? static_cast<int32_t>(sum / count) : 0;
