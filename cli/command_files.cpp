@@ -1,6 +1,4 @@
-// kelvane-cli convert and info.
-#include <cstdio>
-
+// kelvane-cli convert.
 #include "cli.h"
 #include "imagefiles/picture_io.h"
 
@@ -12,15 +10,6 @@ int RunConvert(const Arguments& args) {
   Bits picture;
   if (!LoadPictureFile(args.words[0], picture, error)) return Fail(error);
   if (!SavePictureFile(args.words[1], picture, error)) return Fail(error);
-  return 0;
-}
-
-int RunInfo(const Arguments& args) {
-  if (args.words.size() != 1) return Fail("info needs FILE");
-  std::string error;
-  int width = 0, height = 0, bpp = 0;
-  if (!ProbePictureFile(args.words[0], width, height, bpp, error)) return Fail(error);
-  std::printf("width: %d\nheight: %d\nbits per pixel: %d\n", width, height, bpp);
   return 0;
 }
 
