@@ -3,11 +3,15 @@
 // line on stderr, prefixed "kelvane-cli: ".
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "document/bit_region.h"
+#include "filters/bit_filter.h"
 
 namespace kelvane::cli {
 
@@ -30,7 +34,25 @@ int Fail(const std::string& message);
 // The application folder: --home when given, else the usual one.
 std::filesystem::path HomeFolder(const Arguments& args);
 
+// What every engine command shares: --threads (default: the machine's
+// hardware threads) and --seed.
+struct EngineOptions {
+  int threads = 1;
+  std::optional<uint32_t> seed;
+};
+bool ParseEngineOptions(const Arguments& args, EngineOptions& out, std::string& error);
+
+// The selection, as the editor keeps it: the whole picture unless --select or
+// --selection gives one; an empty selection means the whole picture again.
+bool MakeSelection(const Arguments& args, int32_t width, int32_t height, cBitRegion& selection,
+                   std::string& error);
+
+// Threads, seed and region (the selection, or the whole picture when it is
+// empty) of an engine whose Bits the caller sets.
+void SetUpEngine(cBitFilter& engine, const EngineOptions& options, const cBitRegion& selection);
+
 int RunFilter(const Arguments& args);
+int RunCommandWords(const Arguments& args);
 int RunConvert(const Arguments& args);
 int RunInfo(const Arguments& args);
 int RunSettings(const Arguments& args);

@@ -1,4 +1,7 @@
-// kelvane-cli convert.
+// kelvane-cli convert IN OUT: IN is opened as the editor opens a file (its
+// extension picks the loading road) and OUT written as the document's save
+// writes it (its extension picks the writer). Any failure is one line on
+// stderr and a non-zero exit; OUT is then left as it was.
 #include "cli.h"
 #include "imagefiles/picture_io.h"
 

@@ -14,6 +14,10 @@ constexpr const char* kUsage =
     "         [--seed N] [--threads N] [--time]\n"
     "      run one engine method by name on IN and write OUT\n"
     "  filter --list            list the engine methods and their arguments\n"
+    "  run WORD[,WORD...] IN OUT [--select L,T,R,B] [--selection FILE.ksf]\n"
+    "         [--seed N] [--threads N] [--time]\n"
+    "      run command words (INVERT, GRAYSCALE, HEAVYBLUR, FLIPH, ...) in order\n"
+    "  run --list               list the command words with their method and arguments\n"
     "  convert IN OUT           decode IN and write OUT by its extension\n"
     "  info FILE                print width, height and bits per pixel\n"
     "  settings init [DIR]      write DIR/kv201Start.up with every default\n"
@@ -32,6 +36,7 @@ int main(int argc, char** argv) {
   if (!ParseArguments(argc, argv, 2, args, error)) return Fail(error);
   const std::string command = argv[1];
   if (command == "filter") return RunFilter(args);
+  if (command == "run") return RunCommandWords(args);
   if (command == "convert") return RunConvert(args);
   if (command == "info") return RunInfo(args);
   if (command == "settings") return RunSettings(args);

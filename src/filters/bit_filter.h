@@ -79,16 +79,134 @@ class cBitFilter {
   int32_t GetLMed();
 
   // --- convolution and rank filters (convolution_filters.cpp) -----------------
+  // Neighbourhood filters. Each reads the input only and writes the pixels of
+  // the region (DIFFUSE tests its source point, MaskFilter the centre of its
+  // window). A filter that cannot run (a divisor of 0 in MaskFilter, a read
+  // past the array in a filter that does not skip failed statements) returns
+  // the picture unchanged and still reports 100. The FilterMask is declared
+  // in filters/filter_mask.h.
+  Bits MaskFilter(const struct FilterMask& mask, int32_t divisor, int32_t addRed, int32_t addGreen, int32_t addBlue,
+                  bool keepMargins);
+  Bits Blurs(int32_t range);
+  Bits SOFTEN(int32_t level);
+  Bits SHARPEN(int32_t level);
+  Bits EDGEENHANCE(int32_t level);
+  Bits EMBOSS(int32_t weight);
+  Bits Engrave(int32_t weight);
+  Bits CONTOUR(int32_t level, Colour colour);
+  Bits DILATE();
+  Bits ERODE();
+  Bits RankFilterN4(int32_t op);
+  Bits RankFilterND(int32_t op);
+  Bits RELIEF();
+  Bits PAINTING();
+  Bits DIFFUSE(int32_t horizontal, int32_t vertical);
   // (end of convolution and rank filters)
 
   // --- colour filters (colour_filters.cpp) -------------------------------------
   Bits GreyScale();
+  // Point operations: each output pixel from the same input pixel. Statistics
+  // (Contrast's mean, Equalize's histogram) cover the whole picture. Filters
+  // that have no skip-on-failure mode (BRIGHTNESS, COLORIZE, Invert, ISOLATE,
+  // Reduction, ReplaceHS, ReplaceL, RotateH, RotateL, SwapBanks) return the
+  // unchanged picture when their arguments would raise an error.
+  Bits BRIGHTNESS(int32_t level);
+  Bits Invert();
+  Bits COLORIZE(float hue, float saturation, float lightness);
+  Bits Contrast(int32_t level);
+  Bits GammaCorrection(int32_t level);
+  Bits SATURATION(int32_t level);
+  Bits Equalize();
+  Bits REPLACE(Colour colour, Colour newColour, int32_t tolerance);
+  Bits ReplaceHS(Colour colour, Colour newColour, int32_t hueTolerance, int32_t saturationTolerance,
+                 int32_t applyTolerance);
+  Bits ReplaceL(Colour colour, Colour newColour, int32_t luminanceTolerance, int32_t applyTolerance);
+  Bits ISOLATE(Colour colour, Colour background, int32_t tolerance);
+  Bits Shift(Colour colour, int32_t shift, int32_t tolerance);
+  Bits RotateH(int32_t offset, int32_t saturation);
+  Bits RotateL(int32_t offset, int32_t steps);
+  Bits StretchH(int32_t offset, int32_t saturation, int32_t factor);
+  Bits Reduction(int32_t level);
+  Bits Threshold(int32_t cut);
+  Bits KillChannel(bool red, bool green, bool blue);
+  Bits ShiftRGB(int32_t red, int32_t green, int32_t blue);
+  Bits SwapRGB(int32_t redSource, int32_t greenSource, int32_t blueSource, bool invertRed, bool invertGreen,
+               bool invertBlue, bool killRed, bool killGreen, bool killBlue);
+  Bits SwapBanks(int32_t order);
   // (end of colour filters)
 
   // --- colour effects (colour_effects.cpp) -------------------------------------
+  // Stylised colourings, block filters, dithers, noise, palettes, gradients.
+  // SKETCH reads the eight neighbours; HALFTONE and PIXELIZE work in blocks
+  // and carry their last mean from block to block; StuckiBW and PaletteApply
+  // diffuse errors forward, and PaletteApply diffuses into the engine's own
+  // array: the one filter that changes its input. NOISE and Dissolve draw from
+  // Random() in raster order, so a seed reproduces them. ClassyColors,
+  // HALFTONE and PaletteApply do not skip failed statements: where one would
+  // fail (a region reaching past the array, a zero radius, a value that does
+  // not fit in a byte) the picture comes back unchanged, progress 100 all the
+  // same. The palette record is declared in filters/palette.h.
+  Bits SpecialColors(bool keepRed, bool keepGreen, bool keepBlue);
+  Bits ClassyColors(int32_t style);
+  Bits OLDPHOTO();
+  Bits THERMIQUE();
+  Bits XBLACK();
+  Bits PHOTOCOP();
+  Bits SKETCH(int32_t weight, bool blackAndWhite, Colour colour);
+  Bits HALFTONE(int32_t radius, int32_t definition, int32_t intensity);
+  Bits PIXELIZE(int32_t size);
+  Bits NOISE(int32_t intensity, bool equalized);
+  Bits StuckiBW(int32_t contrast);
+  Bits PaletteApply();
+  Bits Scanlines(int32_t opacity);
+  // Each channel of each selected pixel takes the picture's channel at the
+  // same point with probability level / 100 (three draws a pixel, channels
+  // 0, 1, 2); points outside the picture keep theirs.
+  Bits Dissolve(const Bits& picture, int32_t level);
+  // Paint over a copy of `source`, reading the old values from it.
+  Bits GradientLinear(const Bits& source, int32_t x1, int32_t y1, int32_t x2, int32_t y2, Colour colour1,
+                      Colour colour2, int32_t opacity, int32_t frequency);
+  Bits GradientCircular(const Bits& source, int32_t x1, int32_t y1, int32_t x2, int32_t y2, Colour colour1,
+                        Colour colour2, int32_t opacity, int32_t frequency);
   // (end of colour effects)
 
   // --- deformation filters (deformation_filters.cpp) ---------------------------
+  // Each output pixel is fetched from a computed source point, nearest
+  // neighbour except in RotateSmooth. Unless a filter says otherwise the whole
+  // region box is walked and the source point is tested against the region:
+  // a source inside is copied (a source outside the array is a failed
+  // statement: the pixel stays), one outside leaves the pixel, or paints it
+  // black when `cleanBack` is set. Factors and degrees are the dialog's
+  // numbers; fractions are of the picture's last column or row.
+  Bits BEND(double radiusFactor, bool cleanBack);
+  Bits FOLD(double horizontalFactor, double verticalFactor, bool cleanBack);
+  // The destination lies in the region; the loop is over the lens circle.
+  Bits LENS(double centreX, double centreY, double diameter, double magnify);
+  // Lens flare over a circle; the destination lies in the region. An error
+  // (a byte below 0, a point of the circle in the region but past the array)
+  // leaves the whole picture unchanged.
+  Bits Light(double centreX, double centreY, double extension, double intensity, double definition);
+  Bits ROTATE(double degrees, bool cleanBack);
+  // Bilinear; the floor of the source point must lie in the picture.
+  Bits RotateSmooth(double degrees);
+  Bits STRETCH(double horizontalFactor, double verticalFactor, bool cleanBack);
+  // The picture shrunk into tiles laid from the box's corner; destination test.
+  Bits TILE(double factor);
+  // Lays `tile` from (left, top), repeated at the tile's size when `tiled`,
+  // else once; output = round(input * opacity / 100 + tile * (1 - opacity /
+  // 100)); tile pixels equal to `transparent` (0x00BBGGRR, -1 none) are
+  // skipped. An error leaves the whole picture unchanged.
+  Bits TileMask(const Bits& tile, int32_t left, int32_t top, bool tiled, double opacity, Colour transparent);
+  Bits TWIRL(double level, double offsetDegrees, bool cleanBack);
+  // Rows displaced vertically; destination test.
+  Bits WAVES(double frequency, double amplitude, double startDegree);
+  Bits Grid(int32_t horizontalStep, int32_t verticalStep, bool forceMargins, Colour colour, double opacity);
+  // Styles "slanting", "vertical", "horizontal", "squary" (levels 0..2) and
+  // "curtain" (levels 1..4); any other pair moves nothing.
+  Bits GLASS(const std::string& style, int32_t level);
+  // Multiplies by texture channel 0 / 128, the texture laid from the box's
+  // corner; destination test.
+  Bits Texturize(const Bits& texture);
   // (end of deformation filters)
 
   // --- engine settings -------------------------------------------------------

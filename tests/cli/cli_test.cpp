@@ -57,11 +57,12 @@ TEST(CliFilter, SourceMethodsTakeTheInputAndReportStatistics) {
   ASSERT_EQ(r.exit_code, 0) << r.err;
   EXPECT_NE(r.out.find("time: "), std::string::npos);
   r = RunCli({"info", (dir / "half.png").string()});
-  EXPECT_EQ(r.out, "width: 60\nheight: 40\nbits per pixel: 24\n");
+  EXPECT_NE(r.out.find("Bits Per Pixel: 24\nWidth: 60\nHeight: 40\n"), std::string::npos) << r.out;
 
   r = RunCli({"filter", "BitsRotate90", in.string(), (dir / "turned.bmp").string()});
   ASSERT_EQ(r.exit_code, 0) << r.err;
-  EXPECT_EQ(RunCli({"info", (dir / "turned.bmp").string()}).out, "width: 96\nheight: 119\nbits per pixel: 24\n");
+  EXPECT_NE(RunCli({"info", (dir / "turned.bmp").string()}).out.find("Bits Per Pixel: 24\nWidth: 96\nHeight: 119\n"),
+            std::string::npos);
 
   r = RunCli({"filter", "GetLMin", in.string(), (dir / "same.png").string()});
   ASSERT_EQ(r.exit_code, 0) << r.err;
