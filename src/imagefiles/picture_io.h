@@ -1,24 +1,29 @@
-// Picture files for the command-line front end: decode any file FreeImage
-// reads into a Bits array, and encode a Bits array by the target's extension.
+// Picture files for the command-line front end. They take the editor's own
+// roads: a file is opened as the open command opens it, and written as the
+// document's save writes it.
 //
 // Contract:
-//  - LoadPictureFile finds the file type from the file's contents, falling
-//    back to its name, decodes the first image and flattens it to 24 bits
-//    (FreeImage's own conversion: palettes are expanded, an alpha channel is
-//    dropped without compositing, 16-bit samples are scaled). Samples are
-//    taken as stored: a PNG's gAMA chunk is not applied. The result is a Bits
-//    array of the picture's size, rows top-down, channel 3 zero, frame zero.
-//  - SavePictureFile writes channels 0..2 of the picture (channel 3 and the
-//    frame are ignored) as a 24-bit file whose type comes from the extension,
-//    case-insensitive: png, bmp, tga, ppm (all lossless) and jpg/jpeg
-//    (quality 90). TIFF is not offered: the system's TIFF writer prints
-//    warnings of its own on standard error. The bytes go to a temporary sibling that is
-//    renamed over the target, so a failed save leaves no partial file and an
-//    existing file untouched.
-//  - ProbePictureFile reports the size and the file's own bits per pixel as
-//    FreeImage gives them (before any flattening).
+//  - LoadPictureFile takes the file's extension (lower-cased) as the editor
+//    does: "gif", "wmf", "emf", "dib" and "bmp" go to the platform's picture
+//    loader, every other extension to LoadImageFile and its table, whose
+//    decoded picture then becomes the document's (hLoadedBitmap is set, as
+//    the recent-files menu sets it). The picture is flattened to 24 bits: a
+//    Bits array of the picture's size, rows top-down, channel 3 zero, frame
+//    zero. Palettes are expanded and an alpha channel is dropped without
+//    compositing; samples are taken as stored (a PNG's gAMA is not applied).
+//  - SavePictureFile writes channels 0..2 by SaveImageFile's table (any case
+//    of the extension). For the formats written through DevIL ("psd", "sgi",
+//    "bw", "rgb", "rgba", "raw", "pcx") the picture first becomes the
+//    document's optimized copy, as every change of a document refreshes it,
+//    so the file carries exactly the picture. The bytes go to a temporary
+//    sibling "<name>.part" that is renamed over the target, so a failed save
+//    leaves no partial file and an existing file untouched.
+//  - ProbePictureFile opens the file the same way and reports its size and
+//    the bits per pixel FreeImage gave for the decoded file (LoadedDepth; for
+//    the platform road, the depth of the image its loader decoded).
 //  - All three return false with one line of text in `error` (the path
-//    quoted, then the reason) and never throw.
+//    quoted, then the reason) and never throw. Damaged, truncated, foreign and
+//    empty files, folders and unreadable files are refused this way.
 #pragma once
 
 #include <filesystem>

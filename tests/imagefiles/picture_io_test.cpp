@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
@@ -25,7 +26,8 @@ struct ManifestEntry {
 };
 
 // The sample table: the first "WxH" of the header-parse column gives the size.
-std::vector<ManifestEntry> ReadManifest() {
+// Only the lines of the given files.
+std::vector<ManifestEntry> ReadManifest(const std::map<std::string, int>& only) {
   std::ifstream in(DataFile("MANIFEST.tsv"));
   std::vector<ManifestEntry> entries;
   std::string line;
@@ -38,7 +40,7 @@ std::vector<ManifestEntry> ReadManifest() {
     while (std::getline(ss, col, '\t')) cols.push_back(col);
     if (cols.size() < 3) continue;
     std::smatch m;
-    if (!std::regex_search(cols[2], m, size)) continue;
+    if (!only.count(cols[0]) || !std::regex_search(cols[2], m, size)) continue;
     entries.push_back({cols[0], std::stoi(m[1]), std::stoi(m[2])});
   }
   return entries;
@@ -81,8 +83,6 @@ Bits RandomPicture(int w, int h, uint32_t seed) {
 }
 
 TEST(PictureFiles, SamplesDecodeToManifestSize) {
-  const std::vector<ManifestEntry> entries = ReadManifest();
-  ASSERT_GE(entries.size(), 5u);
   // The file's own depth as FreeImage counts it.
   const std::map<std::string, int> depth = {
       {"bmp-24bit-oddwidth-119x96.bmp", 24}, {"bmp-8bit-topdown.bmp", 8},
@@ -90,6 +90,8 @@ TEST(PictureFiles, SamplesDecodeToManifestSize) {
       {"jpg-baseline-420-227x149.jpg", 24},  {"ras-24bit-standard-32x32.ras", 24},
       {"pcx-8bit-palette256-32x32.pcx", 8},
   };
+  const std::vector<ManifestEntry> entries = ReadManifest(depth);
+  ASSERT_EQ(entries.size(), depth.size());
   for (const ManifestEntry& e : entries) {
     SCOPED_TRACE(e.file);
     Bits bits;
@@ -129,18 +131,24 @@ TEST(PictureFiles, BmpPixelsMatchTheFileBytes) {
   }
 }
 
+// The PNG reader gets flags 0, so FreeImage applies the file's gAMA for a
+// screen gamma of 2.2 to true-colour samples: the RGBA sample says gAMA 1.0,
+// so a stored sample v arrives as floor(255 * (v / 255) ^ (1 / 2.2) + 0.5).
+// Its reader leaves palette entries as stored, gAMA or not.
+int Gamma(int stored) { return static_cast<int>(std::floor(255.0 * std::pow(stored / 255.0, 1 / 2.2) + 0.5)); }
+
 TEST(PictureFiles, PngPixelsAtKnownPlaces) {
-  // Values read from the PNG data by hand-decoding its rows. Both samples
-  // carry a gAMA chunk, which is not applied: the stored samples come out.
-  // The alpha of the RGBA sample is dropped by the flattening.
+  // Stored values read from the PNG data by hand-decoding its rows. The alpha
+  // of the RGBA sample is dropped by the flattening.
   Bits rgba, palette;
   std::string error;
   ASSERT_TRUE(LoadPictureFile(DataFile("png-rgba-8bit-32x32.png"), rgba, error)) << error;
-  ExpectPixel(rgba, 0, 0, 255, 0, 8);      // alpha 0 in the file
-  ExpectPixel(rgba, 31, 0, 255, 0, 8);
-  ExpectPixel(rgba, 5, 9, 224, 255, 6);    // alpha 41
-  ExpectPixel(rgba, 17, 30, 0, 64, 255);   // alpha 139
-  ExpectPixel(rgba, 31, 31, 0, 32, 255);
+  ExpectPixel(rgba, 0, 0, Gamma(255), Gamma(0), Gamma(8));      // alpha 0 in the file
+  ExpectPixel(rgba, 31, 0, Gamma(255), Gamma(0), Gamma(8));
+  ExpectPixel(rgba, 5, 9, Gamma(224), Gamma(255), Gamma(6));    // alpha 41
+  ExpectPixel(rgba, 17, 30, Gamma(0), Gamma(64), Gamma(255));   // alpha 139
+  ExpectPixel(rgba, 31, 31, Gamma(0), Gamma(32), Gamma(255));
+  EXPECT_EQ(Gamma(8), 53);  // a worked value: 255 * 0.03137^0.4545 = 52.9
 
   ASSERT_TRUE(LoadPictureFile(DataFile("png-palette-4bit-32x32.png"), palette, error)) << error;
   ExpectPixel(palette, 0, 0, 255, 0, 0);
@@ -165,7 +173,10 @@ TEST(PictureFiles, DecodesMatchUpstreamReferences) {
 TEST(PictureFiles, LosslessRoundTrips) {
   test::TempDir dir;
   const Bits picture = RandomPicture(13, 7, 42);  // odd width: padded rows in BMP
-  for (const char* name : {"a.png", "b.bmp", "d.tga", "e.ppm", "f.PNG"}) {
+  // Every lossless row of the writer table, the DevIL ones included (they
+  // write the optimized copy, which SavePictureFile refreshes first).
+  for (const char* name : {"a.png", "b.bmp", "c.tif", "d.tga", "e.ppm", "f.PNG", "g.psd", "h.sgi", "i.rgb", "j.pcx",
+                           "k.raw", "l.targa", "m.vst", "n.bw", "o.rgba", "p.tiff"}) {
     SCOPED_TRACE(name);
     std::string error;
     ASSERT_TRUE(SavePictureFile(dir / name, picture, error)) << error;
@@ -189,7 +200,7 @@ TEST(PictureFiles, LosslessRoundTrips) {
 
 TEST(PictureFiles, JpegSaveIsCloseAtHighQuality) {
   test::TempDir dir;
-  // A smooth gradient, which quality 90 keeps within a few levels.
+  // A smooth gradient, which superb quality keeps within a few levels.
   Bits picture(40, 24);
   for (int y = 0; y < 24; ++y)
     for (int x = 0; x < 40; ++x) {
@@ -233,7 +244,14 @@ TEST(PictureFiles, UnreadableFilesGiveOneLineErrors) {
 
   const ByteVector text = {'h', 'e', 'l', 'l', 'o', ' ', 'w', 'o', 'r', 'l', 'd', '\n'};
   ASSERT_TRUE(WriteFileAtomically(dir / "notes.xyz", text));
-  expect_failure(dir / "notes.xyz", "not a picture file FreeImage can decode");
+  expect_failure(dir / "notes.xyz", "no decoder takes files with the extension '.xyz'");
+  ASSERT_TRUE(WriteFileAtomically(dir / "empty.png", {}));
+  expect_failure(dir / "empty.png", "the file is empty");
+  expect_failure(dir / "photo.jpe", "no such file");
+  ASSERT_TRUE(WriteFileAtomically(dir / "photo.jpe", text));
+  expect_failure(dir / "photo.jpe", "no decoder takes files with the extension '.jpe'");
+  ASSERT_TRUE(WriteFileAtomically(dir / "layers.klf", text));
+  expect_failure(dir / "layers.klf", "layered project");
   // A foreign file under a picture extension.
   ASSERT_TRUE(WriteFileAtomically(dir / "fake.png", text));
   expect_failure(dir / "fake.png", "could not be decoded");
@@ -274,6 +292,7 @@ TEST(PictureFiles, FailedSaveLeavesNoFile) {
 
   EXPECT_FALSE(SavePictureFile(dir / "x.gifx", picture, error));
   EXPECT_NE(error.find("cannot write '"), std::string::npos) << error;
+  EXPECT_NE(error.find("no writer for the extension '.gifx'"), std::string::npos) << error;
   EXPECT_FALSE(std::filesystem::exists(dir / "x.gifx"));
 
   error.clear();
@@ -299,6 +318,64 @@ TEST(PictureFiles, FailedSaveLeavesNoFile) {
   EXPECT_FALSE(error.empty());
   EXPECT_TRUE(std::filesystem::is_directory(dir / "taken.bmp"));
   EXPECT_FALSE(std::filesystem::exists(dir / "taken.bmp.part"));
+}
+
+// kelvane-cli convert takes the same roads: any input the loading roads
+// open, any output the writer table knows.
+TEST(CliConvert, ConvertsBetweenTheRoads) {
+  test::TempDir dir;
+  struct Case {
+    const char* in;
+    const char* out;
+  };
+  const Case cases[] = {{"wal-quake2-128x128.wal", "w.psd"},       {"gif87a-320x200.gif", "g.pcx"},
+                        {"dib-24bit-headerless-70x46.dib", "d.sgi"}, {"tga-8bit-cmap-topleft-48x48.tga", "t.bmp"},
+                        {"pxr-pixar-rgb-128x128.pxr", "p.tif"},    {"jng-color-alpha-idat-70x46.jng", "j.png"}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::string(c.in) + " -> " + c.out);
+    const auto r = test::RunCli({"convert", DataFile(c.in).string(), (dir / c.out).string()});
+    ASSERT_EQ(r.exit_code, 0) << r.err;
+    EXPECT_TRUE(r.err.empty()) << r.err;
+    Bits source, written;
+    std::string error;
+    ASSERT_TRUE(LoadPictureFile(DataFile(c.in), source, error)) << error;
+    ASSERT_TRUE(LoadPictureFile(dir / c.out, written, error)) << error;
+    EXPECT_TRUE(source == written);
+  }
+  // A jpg is written at superb quality: close, not equal.
+  ASSERT_EQ(test::RunCli({"convert", DataFile("bmp-24bit-oddwidth-119x96.bmp").string(), (dir / "b.jpg").string()})
+                .exit_code,
+            0);
+}
+
+TEST(CliConvert, BadInputIsOneLineAndNonZero) {
+  test::TempDir dir;
+  ByteVector cut;
+  ASSERT_TRUE(ReadWholeFile(DataFile("psd-rgb-alpha-100x100.psd"), cut));
+  cut.resize(cut.size() / 2);
+  ASSERT_TRUE(WriteFileAtomically(dir / "half.psd", cut));
+  ASSERT_TRUE(WriteFileAtomically(dir / "empty.gif", {}));
+  std::filesystem::create_directory(dir / "folder.png");
+  const std::string out = (dir / "out.png").string();
+  const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
+      {{"convert", (dir / "half.psd").string(), out}, "could not be decoded"},
+      {{"convert", (dir / "empty.gif").string(), out}, "the file is empty"},
+      {{"convert", (dir / "folder.png").string(), out}, "folder"},
+      {{"convert", (dir / "absent.png").string(), out}, "no such file"},
+      {{"convert", DataFile("ico-4bit-32x32.ico").string(), out}, "no decoder takes"},
+      {{"convert", DataFile("png-rgba-8bit-32x32.png").string(), (dir / "x.jpe").string()}, "no writer"},
+      {{"convert", DataFile("png-rgba-8bit-32x32.png").string()}, "convert needs IN OUT"},
+  };
+  for (const auto& [args, fragment] : cases) {
+    SCOPED_TRACE(fragment);
+    const auto r = test::RunCli(args);
+    EXPECT_NE(r.exit_code, 0);
+    EXPECT_EQ(r.err.rfind("kelvane-cli: ", 0), 0u) << r.err;
+    EXPECT_NE(r.err.find(fragment), std::string::npos) << r.err;
+    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+  }
+  EXPECT_FALSE(std::filesystem::exists(out));
+  EXPECT_FALSE(std::filesystem::exists(dir / "x.jpe"));
 }
 
 }  // namespace

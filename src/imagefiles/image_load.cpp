@@ -1,0 +1,325 @@
+#include "imagefiles/image_load.h"
+
+#include <FreeImage.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <fstream>
+#include <limits>
+
+#include "base/byte_io.h"
+#include "imagefiles/decoder_process.h"
+#include "imagefiles/devil_access.h"
+#include "imagefiles/format_bridge.h"
+#include "imagefiles/load_bitmap.h"
+#include "imagefiles/metafile_render.h"
+
+namespace kelvane {
+
+BitmapHandle hLoadedBitmap;
+int16_t LoadedWidth = 0;
+int16_t LoadedHeight = 0;
+int32_t LoadedDepth = 0;
+
+std::string LowerCaseExtension(std::string_view extension) {
+  std::string out(extension);
+  for (char& c : out) c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+  return out;
+}
+
+const std::vector<ImageExtensionRow>& ImageExtensionTable() {
+  static const std::vector<ImageExtensionRow> table = {
+      {1,
+       {"psp", "pic", "pix", "pxr", "xpm", "raw", "dcx", "dds", "lif", "wal", "mdl", "oil", "lmp", "sgi", "bw", "rgb",
+        "rgba", "act", "pal"},
+       ImageDecoder::DevIL},
+      {2, {"bmp"}, ImageDecoder::LoadBMP},
+      {3, {"cut"}, ImageDecoder::LoadCUT},
+      {4, {"iff"}, ImageDecoder::LoadIFF},
+      {5, {"jpg", "jpeg"}, ImageDecoder::LoadJPEG},
+      {6, {"koa"}, ImageDecoder::LoadKOALA},
+      {7, {"lbm"}, ImageDecoder::LoadLBM},
+      {8, {"mng"}, ImageDecoder::LoadMNG},
+      {9, {"pcd"}, ImageDecoder::LoadPCD},
+      {10, {"pcx"}, ImageDecoder::LoadPCX},
+      // "sgi" is taken by the first row and never reaches this one.
+      {11, {"png", "sgi"}, ImageDecoder::LoadPNG},
+      {12, {"psd", "pdd"}, ImageDecoder::LoadPSD},
+      {13, {"ras"}, ImageDecoder::LoadRAS},
+      {14, {"tga", "vda", "icb", "vst", "targa"}, ImageDecoder::LoadTARGA},
+      {15, {"tif", "tiff"}, ImageDecoder::LoadTIFF},
+      {16, {"wbmp"}, ImageDecoder::LoadWBMP},
+      {17, {"pbm", "pgm", "ppm"}, ImageDecoder::LoadPNM},
+      {18, {"jng"}, ImageDecoder::LoadDetectedType},
+  };
+  return table;
+}
+
+ImageDecoder DecoderForExtension(std::string_view extension) {
+  const std::string ext = LowerCaseExtension(extension);
+  for (const ImageExtensionRow& row : ImageExtensionTable())
+    for (std::string_view e : row.extensions)
+      if (e == ext) return row.decoder;
+  return ImageDecoder::None;
+}
+
+bool IsPlatformPictureExtension(std::string_view extension) {
+  const std::string ext = LowerCaseExtension(extension);
+  return ext == "gif" || ext == "wmf" || ext == "emf" || ext == "dib" || ext == "bmp";
+}
+
+std::filesystem::path DevILBridgeFile() { return std::filesystem::path(GetTempFolder() + "/4546643"); }
+
+namespace {
+
+// What a decoder process sends back: this header, then height rows of
+// 4 * width bytes, FreeImage's 32-bit rows bottom-up.
+struct DecodeAnswer {
+  uint32_t magic = 0x4B4C4431;  // "KLD1"
+  int32_t width = 0;
+  int32_t height = 0;
+  int32_t depth = 0;
+};
+
+struct ImageHolder {
+  FIBITMAP* dib = nullptr;
+  explicit ImageHolder(FIBITMAP* d = nullptr) : dib(d) {}
+  ~ImageHolder() {
+    if (dib) FreeImage_Unload(dib);
+  }
+  ImageHolder(const ImageHolder&) = delete;
+  ImageHolder& operator=(const ImageHolder&) = delete;
+};
+
+FREE_IMAGE_FORMAT FormatOf(ImageDecoder decoder) {
+  switch (decoder) {
+    case ImageDecoder::LoadBMP: return FIF_BMP;
+    case ImageDecoder::LoadCUT: return FIF_CUT;
+    case ImageDecoder::LoadIFF: return FIF_IFF;
+    case ImageDecoder::LoadJPEG: return FIF_JPEG;
+    case ImageDecoder::LoadKOALA: return FIF_KOALA;
+    case ImageDecoder::LoadLBM: return FIF_LBM;
+    case ImageDecoder::LoadMNG: return FIF_MNG;
+    case ImageDecoder::LoadPCD: return FIF_PCD;
+    case ImageDecoder::LoadPCX: return FIF_PCX;
+    case ImageDecoder::LoadPNG: return FIF_PNG;
+    case ImageDecoder::LoadPSD: return FIF_PSD;
+    case ImageDecoder::LoadRAS: return FIF_RAS;
+    case ImageDecoder::LoadTARGA: return FIF_TARGA;
+    case ImageDecoder::LoadTIFF: return FIF_TIFF;
+    case ImageDecoder::LoadWBMP: return FIF_WBMP;
+    // One reader takes all six PNM flavours, whichever of the three names
+    // it is asked by.
+    case ImageDecoder::LoadPNM: return FIF_PPM;
+    default: return FIF_UNKNOWN;
+  }
+}
+
+uint32_t BigEndian32(const uint8_t* p) {
+  return (static_cast<uint32_t>(p[0]) << 24) | (static_cast<uint32_t>(p[1]) << 16) |
+         (static_cast<uint32_t>(p[2]) << 8) | p[3];
+}
+uint32_t LittleEndian32(const uint8_t* p) {
+  return p[0] | (static_cast<uint32_t>(p[1]) << 8) | (static_cast<uint32_t>(p[2]) << 16) |
+         (static_cast<uint32_t>(p[3]) << 24);
+}
+
+// FreeImage's IFF reader walks chunk headers past the end of a cut file
+// without ever stopping, so the FORM must be whole before it gets the file.
+bool IffFormIsWhole(const std::filesystem::path& path) {
+  std::error_code ec;
+  const auto size = std::filesystem::file_size(path, ec);
+  if (ec || size < 12) return false;
+  std::ifstream in(path, std::ios::binary);
+  uint8_t head[12];
+  if (!in.read(reinterpret_cast<char*>(head), sizeof head)) return false;
+  if (std::memcmp(head, "FORM", 4) != 0) return false;
+  return static_cast<uint64_t>(BigEndian32(head + 4)) + 8 <= size;
+}
+
+// Inside a decoder process: ship the image's 32-bit form to the parent.
+bool SendImage(int fd, FIBITMAP* dib) {
+  if (!dib || !FreeImage_HasPixels(dib)) return false;
+  DecodeAnswer answer;
+  answer.depth = static_cast<int32_t>(FreeImage_GetBPP(dib));
+  ImageHolder owned;
+  FIBITMAP* bits32 = dib;
+  if (FreeImage_GetImageType(dib) != FIT_BITMAP || FreeImage_GetBPP(dib) != 32) {
+    owned.dib = FreeImage_ConvertTo32Bits(dib);
+    if (!owned.dib && FreeImage_GetImageType(dib) != FIT_BITMAP) {
+      // 16-bit grey, floating and complex images go through the standard
+      // 8-bit form first, as the bridge does.
+      ImageHolder standard(FreeImage_ConvertToStandardType(dib, TRUE));
+      if (standard.dib) owned.dib = FreeImage_ConvertTo32Bits(standard.dib);
+    }
+    bits32 = owned.dib;
+  }
+  if (!bits32) return false;
+  answer.width = static_cast<int32_t>(FreeImage_GetWidth(bits32));
+  answer.height = static_cast<int32_t>(FreeImage_GetHeight(bits32));
+  if (answer.width < 1 || answer.height < 1) return false;
+  if (!WriteAllToDescriptor(fd, &answer, sizeof answer)) return false;
+  const size_t row_bytes = static_cast<size_t>(answer.width) * 4;
+  for (int32_t row = 0; row < answer.height; ++row)
+    if (!WriteAllToDescriptor(fd, FreeImage_GetScanLine(bits32, row), row_bytes)) return false;
+  return true;
+}
+
+// A bare device-independent bitmap (header, colour table, bits, but no
+// 14-byte file header) with the file header put in front, ready for the BMP
+// reader. Empty when the bytes are no such bitmap.
+ByteVector WithFileHeader(const ByteVector& dib) {
+  if (dib.size() < 16) return {};
+  const uint32_t header_size = LittleEndian32(dib.data());
+  uint64_t bits_offset = 0;
+  if (header_size == 12) {  // OS/2 core header: 3-byte colour entries
+    const int bpp = dib[10] | (dib[11] << 8);
+    bits_offset = 12 + (bpp <= 8 ? 3ull << bpp : 0);
+  } else if (header_size == 40 || header_size == 52 || header_size == 56 || header_size == 64 ||
+             header_size == 108 || header_size == 124) {
+    if (dib.size() < 40) return {};
+    const int bpp = dib[14] | (dib[15] << 8);
+    const uint32_t compression = LittleEndian32(dib.data() + 16);
+    const uint32_t used = LittleEndian32(dib.data() + 32);
+    if (used > 256 && bpp <= 8) return {};
+    const uint64_t colours = used ? used : (bpp <= 8 ? 1ull << bpp : 0);
+    uint64_t masks = 0;
+    if (header_size == 40 && compression == 3) masks = 12;  // BI_BITFIELDS
+    if (header_size == 40 && compression == 6) masks = 16;  // BI_ALPHABITFIELDS
+    bits_offset = header_size + masks + 4 * colours;
+  } else {
+    return {};
+  }
+  if (bits_offset > dib.size()) return {};
+  ByteVector file;
+  file.reserve(dib.size() + 14);
+  file.push_back('B');
+  file.push_back('M');
+  PutI32(file, static_cast<int32_t>(dib.size() + 14));
+  PutI32(file, 0);
+  PutI32(file, static_cast<int32_t>(bits_offset + 14));
+  file.insert(file.end(), dib.begin(), dib.end());
+  return file;
+}
+
+// Inside a decoder process: the platform loader's "dib".
+FIBITMAP* LoadDib(const std::filesystem::path& path) {
+  ByteVector bytes;
+  if (!ReadWholeFile(path, bytes)) return nullptr;
+  if (bytes.size() >= 2 && bytes[0] == 'B' && bytes[1] == 'M')
+    return FreeImage_Load(FIF_BMP, path.string().c_str(), BMP_DEFAULT);
+  ByteVector file = WithFileHeader(bytes);
+  if (file.empty() || file.size() > std::numeric_limits<DWORD>::max()) return nullptr;
+  FIMEMORY* memory = FreeImage_OpenMemory(file.data(), static_cast<DWORD>(file.size()));
+  if (!memory) return nullptr;
+  FIBITMAP* dib = FreeImage_LoadFromMemory(FIF_BMP, memory, BMP_DEFAULT);
+  FreeImage_CloseMemory(memory);
+  return dib;
+}
+
+// Runs `decode` in a decoder process and turns its answer into a picture.
+// Rejects folders and unreadable files before forking.
+BitmapHandle DecodeInChild(const std::filesystem::path& path, const std::function<FIBITMAP*()>& decode,
+                           int32_t& depth) {
+  std::error_code ec;
+  if (!std::filesystem::is_regular_file(path, ec)) return nullptr;
+  {
+    std::ifstream probe(path, std::ios::binary);
+    if (!probe) return nullptr;
+  }
+  FreeImageStart();
+  ByteVector answer_bytes;
+  const bool finished = RunInDecoderProcess(
+      [&](int fd) {
+        ImageHolder image(decode());
+        return SendImage(fd, image.dib);
+      },
+      answer_bytes);
+  if (!finished || answer_bytes.size() < sizeof(DecodeAnswer)) return nullptr;
+  DecodeAnswer answer;
+  std::memcpy(&answer, answer_bytes.data(), sizeof answer);
+  if (answer.magic != DecodeAnswer{}.magic || answer.width < 1 || answer.height < 1 ||
+      answer.width > std::numeric_limits<int16_t>::max() || answer.height > std::numeric_limits<int16_t>::max())
+    return nullptr;
+  const size_t row_bytes = static_cast<size_t>(answer.width) * 4;
+  if (answer_bytes.size() != sizeof answer + row_bytes * static_cast<size_t>(answer.height)) return nullptr;
+
+  ImageHolder image(FreeImage_Allocate(answer.width, answer.height, 32, FI_RGBA_RED_MASK, FI_RGBA_GREEN_MASK,
+                                       FI_RGBA_BLUE_MASK));
+  if (!image.dib) return nullptr;
+  const uint8_t* rows = answer_bytes.data() + sizeof answer;
+  for (int32_t row = 0; row < answer.height; ++row)
+    std::memcpy(FreeImage_GetScanLine(image.dib, row), rows + row_bytes * static_cast<size_t>(row), row_bytes);
+  std::unique_ptr<cAlphaDibSection> bitmap;
+  if (FreeImage_BMP_From_DIB(image.dib, bitmap) != kFormatTrue || !bitmap) return nullptr;
+  depth = answer.depth;
+  return BitmapHandle(std::move(bitmap));
+}
+
+}  // namespace
+
+BitmapHandle LoadImageFile(const std::filesystem::path& path, std::string_view extension) {
+  const std::filesystem::path bridge = DevILBridgeFile();
+  const ImageDecoder decoder = DecoderForExtension(extension);
+  if (decoder == ImageDecoder::None) return nullptr;
+
+  const std::string name = path.string();
+  std::function<FIBITMAP*()> decode;
+  std::unique_ptr<TempFolderLock> lock;
+  if (decoder == ImageDecoder::DevIL) {
+    // The bridge is a fixed name that other instances use too.
+    lock = std::make_unique<TempFolderLock>();
+    decode = [&]() -> FIBITMAP* {
+      std::error_code ec;
+      std::filesystem::remove(bridge, ec);
+      if (!DevILConvertFile(path, kDevILBmp, bridge)) return nullptr;
+      return FreeImage_Load(FIF_BMP, bridge.string().c_str(), 0);
+    };
+  } else if (decoder == ImageDecoder::LoadDetectedType) {
+    decode = [&]() -> FIBITMAP* {
+      const FREE_IMAGE_FORMAT detected = FreeImage_GetFileType(name.c_str(), 16);
+      if (detected == FIF_UNKNOWN) return nullptr;
+      return FreeImage_Load(detected, name.c_str(), 0);
+    };
+  } else {
+    const FREE_IMAGE_FORMAT fif = FormatOf(decoder);
+    const bool whole_form_needed = decoder == ImageDecoder::LoadIFF || decoder == ImageDecoder::LoadLBM;
+    decode = [&, fif, whole_form_needed]() -> FIBITMAP* {
+      if (whole_form_needed && !IffFormIsWhole(path)) return nullptr;
+      return FreeImage_Load(fif, name.c_str(), 0);
+    };
+  }
+
+  int32_t depth = 0;
+  BitmapHandle bitmap = DecodeInChild(path, decode, depth);
+  if (!bitmap) return nullptr;
+  LoadedWidth = static_cast<int16_t>(FreeImage_GetBitmapWidth(bitmap.get()));
+  LoadedHeight = static_cast<int16_t>(FreeImage_GetBitmapHeight(bitmap.get()));
+  LoadedDepth = depth;
+  return bitmap;
+}
+
+BitmapHandle LoadPlatformPicture(const std::filesystem::path& path, std::string_view extension, int32_t* depth) {
+  const std::string ext = LowerCaseExtension(extension);
+  const std::string name = path.string();
+  std::function<FIBITMAP*()> decode;
+  if (ext == "gif") {
+    decode = [&]() { return FreeImage_Load(FIF_GIF, name.c_str(), GIF_DEFAULT); };
+  } else if (ext == "bmp") {
+    decode = [&]() { return FreeImage_Load(FIF_BMP, name.c_str(), BMP_DEFAULT); };
+  } else if (ext == "dib") {
+    decode = [&]() { return LoadDib(path); };
+  } else if (ext == "wmf" || ext == "emf") {
+    if (!MetafileRenderingAvailable()) return nullptr;
+    decode = [&]() { return RenderMetafile(path, ext == "emf"); };
+  } else {
+    return nullptr;
+  }
+  int32_t found_depth = 0;
+  BitmapHandle bitmap = DecodeInChild(path, decode, found_depth);
+  if (bitmap && depth) *depth = found_depth;
+  return bitmap;
+}
+
+}  // namespace kelvane
