@@ -16,6 +16,14 @@ int ListWords() {
     for (const std::string& a : c.arguments) line += " " + a;
     std::puts(line.c_str());
   }
+  for (const DocumentCommand& c : DocumentCommands()) {
+    std::string line = c.word + " =";
+    for (size_t i = 0; i < c.calls.size(); ++i) {
+      line += (i ? ", then " : " ") + c.calls[i].target;
+      for (const std::string& a : c.calls[i].arguments) line += " " + a;
+    }
+    std::puts(line.c_str());
+  }
   return 0;
 }
 
@@ -52,6 +60,10 @@ int RunCommandWords(const Arguments& args) {
       note += "; it opens the filter dialog (filter " + std::to_string(index) + ")";
     }
     std::fprintf(stderr, "%s\n", note.c_str());
+  }
+  for (const std::string& word : outcome.windowWords) {
+    std::fprintf(stderr, "kelvane-cli: command word '%s' rotates the document window's picture (nothing done)\n",
+                 word.c_str());
   }
   if (!outcome.Ok()) return Fail(outcome.error);
   if (!SavePictureFile(outPath, engine.BitsRef(), error)) return Fail(error);

@@ -321,7 +321,10 @@ void FilterDialogModel::Open(const FilterDialogDocument& document, int32_t index
   thumbRegion_.Clear();
   if (document_.region) {
     thumbRegion_.SetRegion(*document_.region);
-    thumbRegion_.SetZoomFactor(source.Width() > 0 ? static_cast<float>(ThumbWidth) / source.Width() : 1.0f);
+    // The ratio is worked out in double precision and only then held as
+    // the single the zoom factor is.
+    thumbRegion_.SetZoomFactor(
+        source.Width() > 0 ? static_cast<float>(static_cast<double>(ThumbWidth) / source.Width()) : 1.0f);
   }
   FilterIndex = index;
   SetupFilter(index);

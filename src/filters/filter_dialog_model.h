@@ -84,6 +84,9 @@ constexpr int32_t kThumbMaxWidth = 160;
 constexpr int32_t kThumbMaxHeight = 110;
 constexpr int32_t kDialogSlots = 3;
 
+// The fixed captions of the window.
+inline constexpr std::string_view kRealTimeCaption = "Real Time";  // cmdPreview
+
 // FrmGlass: the four `oo` choices in order, the style word each gives to GLASS
 // and the `cbo` list it fills (item i is level i).
 struct GlassChoice {

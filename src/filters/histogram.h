@@ -31,6 +31,15 @@ inline constexpr std::string_view kExtractingStatus = " Extracting image informa
 enum class HistogramChannel : int { Blue = 0, Green = 1, Red = 2, Luminousity = 3 };
 inline constexpr std::array<std::string_view, 4> kChannelCaptions = {"Blue", "Green", "Red", "Luminousity"};
 
+// Captions of the window's frames, labels and button.
+inline constexpr std::string_view kChannelFrameCaption = "Channel";
+inline constexpr std::string_view kInfoFrameCaption = "Info";
+inline constexpr std::string_view kQuantityCaption = "Quantity :";
+inline constexpr std::string_view kPixelsCaption = "Pixels :";
+inline constexpr std::string_view kLevelCaption = "Level :";
+inline constexpr std::string_view kAverageCaption = "Average :";
+inline constexpr std::string_view kHistogramOkCaption = "OK";
+
 using HistogramTable = std::array<int64_t, 256>;
 using HistogramBars = std::array<int32_t, 256>;
 

@@ -34,6 +34,18 @@ inline constexpr std::string_view kOverlayTitle = "Overlay image";
 // The name of the undo entry the command makes.
 inline constexpr std::string_view kOverlayActionName = "Overlay Image";
 
+// Captions of the window's controls.
+inline constexpr std::string_view kOverlayListCaption = "Select image to overlay:";  // cbOverlay
+inline constexpr std::string_view kCreateNewCaption = "Create &new image";          // chkCreateNew
+inline constexpr std::string_view kTiledCaption = "&Tiled";                         // chkTiled
+inline constexpr std::string_view kOptionsFrameCaption = "Options";                 // frOptions
+inline constexpr std::string_view kXOffsetCaption = "Left offset";                  // sbXOffset
+inline constexpr std::string_view kYOffsetCaption = "Top offset";                   // sbYOffset
+inline constexpr std::string_view kTransparencyCaption = "Transparency";            // sbTransparency
+inline constexpr std::string_view kMaskColorCaption = "&Mask color";                // chkMaskColor
+inline constexpr std::string_view kOverlayOkCaption = "OK";
+inline constexpr std::string_view kOverlayCancelCaption = "Cancel";
+
 struct OverlayOptions {
   int32_t cbOverlay = -1;  // position of the overlay picture among the open documents
   bool chkCreateNew = false;

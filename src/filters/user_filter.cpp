@@ -1,6 +1,7 @@
 #include "filters/user_filter.h"
 
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <limits>
 #include <vector>
@@ -94,9 +95,16 @@ bool DecodeUserFilter(const uint8_t* data, size_t size, UserFilterRecord& record
 }
 
 bool LoadUserFilter(const std::filesystem::path& path, UserFilterRecord& record) {
-  ByteVector bytes;
-  if (!ReadWholeFile(path, bytes)) return false;
-  return DecodeUserFilter(bytes.data(), bytes.size(), record);
+  // A record is at most the size of a 5 by 5 one; whatever follows it is
+  // never read, so a huge or endless file costs no more than a real one.
+  std::FILE* f = std::fopen(path.c_str(), "rb");
+  if (!f) return false;
+  uint8_t bytes[UserFilterFileSize(5)];
+  const size_t size = std::fread(bytes, 1, sizeof bytes, f);
+  const bool failed = std::ferror(f) != 0;
+  std::fclose(f);
+  if (failed) return false;
+  return DecodeUserFilter(bytes, size, record);
 }
 
 bool SaveUserFilter(const std::filesystem::path& path, const UserFilterRecord& record) {

@@ -58,6 +58,14 @@ inline constexpr std::string_view kUserFilterFileFilter = "Kelvane filter (*.kif
 inline constexpr std::string_view kLoadFilterTitle = "Load filter";
 inline constexpr std::string_view kSaveFilterTitle = "Save filter";
 inline constexpr std::string_view kBlankMaskMessage = "Invalid/blank mask. Verify coeficients.";
+// Captions of the window's controls.
+inline constexpr std::string_view kWeightCaption = "Weight ";
+inline constexpr std::string_view kAddFactorsCaption = "Add factors:";
+inline constexpr std::array<std::string_view, 3> kAddCaptions = {"Red", "Green", "Blue"};
+inline constexpr std::string_view kAutoCaption = "&Auto";
+inline constexpr std::string_view kKeepMarginsCaption = "&Keep margins";
+inline constexpr std::string_view kBasedOnCaption = "Based on";
+inline constexpr std::array<std::string_view, 2> kFilterButtonCaptions = {"Load Filter", "Save Filter"};
 // Shown when OK is pressed with a weight of 0, which MaskFilter cannot divide
 // by; the blank test lets such a weight through.
 inline constexpr std::string_view kZeroWeightMessage = "Invalid weight. Weight can't be 0.";

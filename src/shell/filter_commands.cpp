@@ -1,7 +1,9 @@
 #include "shell/filter_commands.h"
 
 #include <algorithm>
+#include <cstdlib>
 
+#include "base/numeric.h"
 #include "filters/filter_dialog_model.h"
 
 namespace kelvane {
@@ -117,6 +119,54 @@ int32_t FilterDialogIndex(std::string_view word) {
   return -1;
 }
 
+const std::vector<DocumentCommand>& DocumentCommands() {
+  auto zoomFactor = [](const char* word, const char* factor) {
+    return DocumentCommand{word, {{"ZoomFactor", {factor}}}};
+  };
+  auto zoomImage = [](const char* word, std::vector<std::string> arguments) {
+    return DocumentCommand{word, {{"ZoomImage", std::move(arguments)}}};
+  };
+  auto rotate = [](const char* word, const char* degrees, const char* antialias) {
+    return DocumentCommand{word, {{"RotateImage", {degrees, antialias}}}};
+  };
+  static const std::vector<DocumentCommand> commands = {
+      zoomFactor("200", "2"), zoomFactor("300", "3"), zoomFactor("400", "4"),
+      zoomFactor("500", "5"), zoomFactor("600", "6"), zoomFactor("700", "7"),
+      // "15" divides by 7 and "10" by 9, as the menu has always done.
+      zoomImage("50", {"2", "false", "false"}), zoomImage("33", {"3", "false", "false"}),
+      zoomImage("25", {"4", "false", "false"}), zoomImage("20", {"5", "false", "false"}),
+      zoomImage("15", {"7", "false", "false"}), zoomImage("10", {"9", "false", "false"}),
+      DocumentCommand{"ORIGINAL", {{"ZoomFactor", {"1"}}, {"ZoomImage", {"1", "false", "false"}}}},
+      zoomImage("2x", {"2", "true", "true"}), zoomImage("3x", {"3", "true", "true"}),
+      zoomImage("4x", {"4", "true", "true"}), zoomImage("5x", {"5", "true", "true"}),
+      zoomImage("x2", {"2", "false", "true"}), zoomImage("x3", {"3", "false", "true"}),
+      zoomImage("x4", {"4", "false", "true"}), zoomImage("x5", {"5", "false", "true"}),
+      // N270 turns by +90 while A270 turns by -90 like A90.
+      rotate("N90", "-90", "false"), rotate("N180", "-180", "false"),
+      rotate("N270", "90", "false"), rotate("N45", "-45", "false"),
+      rotate("A90", "-90", "true"), rotate("A180", "-180", "true"),
+      rotate("A270", "-90", "true"), rotate("A45", "-45", "true"),
+  };
+  return commands;
+}
+
+const DocumentCommand* FindDocumentCommand(std::string_view word) {
+  const auto& all = DocumentCommands();
+  auto it = std::find_if(all.begin(), all.end(), [&](const DocumentCommand& c) { return c.word == word; });
+  return it == all.end() ? nullptr : &*it;
+}
+
+void ZoomImageSize(int32_t width, int32_t height, int32_t factor, bool enlarge, int32_t& newWidth,
+                   int32_t& newHeight) {
+  if (enlarge) {
+    newWidth = width * factor;
+    newHeight = height * factor;
+  } else {
+    newWidth = Round(static_cast<double>(width) / factor);
+    newHeight = Round(static_cast<double>(height) / factor);
+  }
+}
+
 CommandOutcome RunFilterCommand(cBitFilter& engine, std::string_view word) {
   CommandOutcome outcome;
   const FilterCommand* command = FindFilterCommand(word);
@@ -146,13 +196,59 @@ std::vector<std::string> SplitCommandWords(std::string_view list) {
   return words;
 }
 
-CommandListOutcome RunFilterCommandList(cBitFilter& engine, std::string_view list) {
+CommandDocument::CommandDocument(cBitFilter& engine)
+    : engine_(engine), undoState_(engine.GetBits()) {}
+
+CommandDocument::~CommandDocument() {
+  // The whole-picture region of a zoomed picture dies with this object.
+  if (engine_.BitsRegionHandle() == &wholePicture_) engine_.BitsRegion(nullptr);
+}
+
+void CommandDocument::ZoomImage(int32_t factor, bool enlarge, bool quality) {
+  // A second zoom starts again from the last undo state: zooming is a view
+  // of that state, never a new one.
+  Bits source = zoomedOnce_ ? undoState_ : engine_.GetBits();
+  zoomedOnce_ = true;
+  int32_t newWidth = 0, newHeight = 0;
+  ZoomImageSize(source.Width(), source.Height(), factor, enlarge, newWidth, newHeight);
+  if (newWidth < 1 || newHeight < 1) {
+    // The blank document of that size is refused; the picture stays.
+    engine_.SetBits(std::move(source));
+  } else if (quality) {
+    engine_.BitsResample(source, newWidth, newHeight);
+  } else {
+    engine_.BitsResize(source, newWidth, newHeight);
+  }
+  // The region starts again as the whole (new) picture.
+  wholePicture_ = RectRegion::FromRect(0, 0, engine_.BitsWidth(), engine_.BitsHeight());
+  engine_.BitsRegion(&wholePicture_);
+}
+
+CommandListOutcome CommandDocument::Run(std::string_view list) {
   CommandListOutcome outcome;
   for (const std::string& word : SplitCommandWords(list)) {
-    CommandOutcome one = RunFilterCommand(engine, word);
+    if (const DocumentCommand* command = FindDocumentCommand(word)) {
+      bool needsWindow = false;
+      for (const DocumentCall& call : command->calls) {
+        if (call.target == "ZoomImage") {
+          const int32_t factor = std::atoi(call.arguments[0].c_str());
+          const bool enlarge = call.arguments.size() > 1 && call.arguments[1] == "true";
+          const bool quality = call.arguments.size() > 2 && call.arguments[2] == "true";
+          ZoomImage(factor, enlarge, quality);
+        } else if (call.target == "RotateImage") {
+          needsWindow = true;
+        }
+        // ZoomFactor is the view's magnification: the pixels stay.
+      }
+      (needsWindow ? outcome.windowWords : outcome.ran).push_back(word);
+      continue;
+    }
+    CommandOutcome one = RunFilterCommand(engine_, word);
     switch (one.status) {
       case CommandStatus::Done:
-        engine.SetBits(std::move(one.pixels));
+        engine_.SetBits(std::move(one.pixels));
+        // Update with undo: the result is the document's new state.
+        undoState_ = engine_.GetBits();
         outcome.ran.push_back(word);
         break;
       case CommandStatus::UnknownWord:
@@ -165,6 +261,11 @@ CommandListOutcome RunFilterCommandList(cBitFilter& engine, std::string_view lis
     }
   }
   return outcome;
+}
+
+CommandListOutcome RunFilterCommandList(cBitFilter& engine, std::string_view list) {
+  CommandDocument document(engine);
+  return document.Run(list);
 }
 
 }  // namespace kelvane

@@ -15,6 +15,17 @@
 //    words, fails with a message and leaves the engine's array as it was.
 //  - Words that open the filter dialog are listed with their filter index;
 //    they are not direct filter words.
+//  - The zoom and rotation words act on the document window (ZoomFactor,
+//    ZoomImage, RotateImage) and are kept in a table of their own. A list run
+//    carries out ZoomImage on the picture as the document does: the new size
+//    is width / factor and height / factor rounded (ties to even), or factor
+//    times the size when enlarging; BitsResample with quality, BitsResize
+//    without; the selection is reset to the whole new picture, and no undo
+//    state is taken. A second zoom first puts back the picture of the last
+//    undo state (the opened picture, or the result of the last filter word),
+//    so zooms do not compound. A zoom that would give a side below 1 leaves
+//    the picture alone. ZoomFactor changes only the view, so on a picture it
+//    does nothing; RotateImage needs the document window and is not run.
 #pragma once
 
 #include <cstdint>
@@ -23,6 +34,7 @@
 #include <vector>
 
 #include "document/bits.h"
+#include "document/rect_region.h"
 #include "filters/bit_filter.h"
 
 namespace kelvane {
@@ -46,6 +58,27 @@ const std::vector<DialogCommand>& FilterDialogCommands();
 // The filter index a word opens the dialog with, or -1.
 int32_t FilterDialogIndex(std::string_view word);
 
+// Zoom and rotation words: each is one or more calls on the document window,
+// with the arguments in the order of the target's parameters: ZoomFactor
+// (factor), ZoomImage (factor, enlarge, quality), RotateImage (degrees,
+// antialias).
+struct DocumentCall {
+  std::string target;
+  std::vector<std::string> arguments;
+};
+struct DocumentCommand {
+  std::string word;
+  std::vector<DocumentCall> calls;
+};
+const std::vector<DocumentCommand>& DocumentCommands();
+const DocumentCommand* FindDocumentCommand(std::string_view word);
+
+// ZoomImage's new size for a picture of width by height: width / factor and
+// height / factor rounded to the nearest, ties to even, or factor times each
+// side when enlarging.
+void ZoomImageSize(int32_t width, int32_t height, int32_t factor, bool enlarge, int32_t& newWidth,
+                   int32_t& newHeight);
+
 enum class CommandStatus { Done, UnknownWord, Failed };
 
 struct CommandOutcome {
@@ -65,15 +98,43 @@ std::vector<std::string> SplitCommandWords(std::string_view list);
 struct CommandListOutcome {
   std::vector<std::string> ran;           // known words that ran, in order
   std::vector<std::string> unknownWords;  // words that did nothing
+  std::vector<std::string> windowWords;   // rotation words: they need the document window
   std::string failedWord;                 // the word that failed, if one did
   std::string error;
   bool Ok() const { return failedWord.empty(); }
 };
 
-// Runs the words in order, each on the previous word's array: after every
-// known word the engine takes the result with Bits (set), so the final
-// picture is the engine's array. Unknown words are skipped; the first word
-// that fails stops the list.
+// A picture run through command words as the editor's document would be:
+// the engine as the caller set it up (Bits and region) holds the picture,
+// which is the first undo state. Filter words go through the engine and each
+// result is taken back with Bits (set) and becomes the new undo state; zoom
+// words resize the picture (see the contract). After a zoom the engine's
+// region is the document's own whole-picture region, which lives as long as
+// this object: on destruction the engine is left with no region after a
+// zoom, and with the caller's otherwise.
+class CommandDocument {
+ public:
+  explicit CommandDocument(cBitFilter& engine);
+  ~CommandDocument();
+  CommandDocument(const CommandDocument&) = delete;
+  CommandDocument& operator=(const CommandDocument&) = delete;
+
+  // Runs the words in order. Unknown words are skipped; the first word that
+  // fails stops the list.
+  CommandListOutcome Run(std::string_view list);
+
+  // ZoomImage on the picture (see the contract).
+  void ZoomImage(int32_t factor, bool enlarge, bool quality);
+  bool ZoomedOnce() const { return zoomedOnce_; }
+
+ private:
+  cBitFilter& engine_;
+  Bits undoState_;
+  bool zoomedOnce_ = false;
+  RectRegion wholePicture_;
+};
+
+// CommandDocument(engine).Run(list): the final picture is the engine's array.
 CommandListOutcome RunFilterCommandList(cBitFilter& engine, std::string_view list);
 
 }  // namespace kelvane

@@ -75,7 +75,44 @@ TEST(CliRun, ListShowsEachWordWithItsCall) {
   ASSERT_EQ(r.exit_code, 0) << r.err;
   EXPECT_NE(r.out.find("\nHEAVYBLUR = Blurs 2.5\n"), std::string::npos) << r.out;
   EXPECT_NE(r.out.find("\nFLIPV = Flip false true\n"), std::string::npos);
-  EXPECT_EQ(std::count(r.out.begin(), r.out.end(), '\n'), 69);
+  EXPECT_NE(r.out.find("\n15 = ZoomImage 7 false false\n"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("\nORIGINAL = ZoomFactor 1, then ZoomImage 1 false false\n"), std::string::npos);
+  EXPECT_NE(r.out.find("\nN270 = RotateImage 90 false\n"), std::string::npos);
+  // 69 filter and colour words, 29 zoom and rotation words.
+  EXPECT_EQ(std::count(r.out.begin(), r.out.end(), '\n'), 98);
+}
+
+TEST(CliRun, ZoomWordsResizeAndRotationWordsAreReported) {
+  TempDir dir;
+  const auto in = SamplePng(dir);  // 227 x 149
+  const auto half = dir / "half.png", third = dir / "third.png", twice = dir / "twice.png";
+  auto r = RunCli({"run", "50", in.string(), half.string()});
+  ASSERT_EQ(r.exit_code, 0) << r.err;
+  EXPECT_TRUE(r.err.empty()) << r.err;
+  Bits b = Load(half);
+  EXPECT_EQ(b.Width(), 114);  // 113.5 and 74.5, ties to even
+  EXPECT_EQ(b.Height(), 74);
+  // Nearest neighbour: pixel (x, y) is the source's (Floor(x * 227 / 114), ...).
+  const Bits source = Load(in);
+  for (int y : {0, 37, 73})
+    for (int x : {0, 57, 113}) {
+      const int sx = static_cast<int>(std::floor(x * (227.0 / 114)));
+      const int sy = static_cast<int>(std::floor(y * (149.0 / 74)));
+      for (int c = 0; c < 3; ++c) EXPECT_EQ(b.At(c, x, y), source.At(c, sx, sy)) << x << "," << y;
+    }
+
+  ASSERT_EQ(RunCli({"run", "x3", in.string(), third.string()}).exit_code, 0);
+  b = Load(third);
+  EXPECT_EQ(b.Width(), 76);  // 75.67, 49.67
+  EXPECT_EQ(b.Height(), 50);
+
+  r = RunCli({"run", "2x,N90", in.string(), twice.string()});
+  ASSERT_EQ(r.exit_code, 0) << r.err;
+  EXPECT_NE(r.err.find("'N90'"), std::string::npos) << r.err;
+  EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+  b = Load(twice);
+  EXPECT_EQ(b.Width(), 454);
+  EXPECT_EQ(b.Height(), 298);
 }
 
 TEST(CliRun, InvertGreyContourMatchesTheFilterCommandsInTurn) {

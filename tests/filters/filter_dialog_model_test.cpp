@@ -124,6 +124,21 @@ TEST(FilterDialogRows, OptionsPickColoursAndPanelsOfEveryRow) {
   EXPECT_EQ(CurtainChoices()[2], std::string("Classy"));
 }
 
+TEST(FilterDialogRows, GlassAndCurtainListsAndTheRealTimeButton) {
+  EXPECT_EQ(kRealTimeCaption, "Real Time");
+  const char* captions[] = {"Squary", "Horizontal", "Vertical", "Slanting"};
+  for (size_t i = 0; i < 4; ++i) {
+    EXPECT_EQ(std::string(GlassChoices()[i].caption), captions[i]);
+    std::string levels;
+    for (const char* l : GlassChoices()[i].levels) levels += std::string(l) + ",";
+    EXPECT_EQ(levels, i == 3 ? "Light,Tight," : "Large,Light,Tight,") << captions[i];
+  }
+  const char* curtains[] = {"Horizontal", "Vertical", "Classy", "Whity"};
+  for (size_t i = 0; i < 4; ++i) EXPECT_EQ(std::string(CurtainChoices()[i]), curtains[i]);
+  EXPECT_EQ(kThumbMaxWidth, 160);
+  EXPECT_EQ(kThumbMaxHeight, 110);
+}
+
 TEST(FilterDialogModel, SetupFilterShowsTheRowsControls) {
   FilterDialogModel m;
   m.SetupFilter(17);

@@ -31,6 +31,22 @@ HistogramTable Counts(std::initializer_list<std::pair<int, int64_t>> entries) {
   return t;
 }
 
+TEST(Histogram, WindowTexts) {
+  EXPECT_EQ(kHistogramTitle, "Histogram");
+  EXPECT_EQ(kExtractingStatus, " Extracting image information...");
+  EXPECT_EQ(kChannelFrameCaption, "Channel");
+  EXPECT_EQ(kChannelCaptions[0], "Blue");
+  EXPECT_EQ(kChannelCaptions[1], "Green");
+  EXPECT_EQ(kChannelCaptions[2], "Red");
+  EXPECT_EQ(kChannelCaptions[3], "Luminousity");
+  EXPECT_EQ(kInfoFrameCaption, "Info");
+  EXPECT_EQ(kQuantityCaption, "Quantity :");
+  EXPECT_EQ(kPixelsCaption, "Pixels :");
+  EXPECT_EQ(kLevelCaption, "Level :");
+  EXPECT_EQ(kAverageCaption, "Average :");
+  EXPECT_EQ(kHistogramOkCaption, "OK");
+}
+
 TEST(Histogram, SixPixelsByHand) {
   // Pixels as (blue, green, red) and their luminosity:
   //   (0, 0, 0)        0

@@ -64,6 +64,21 @@ TEST(Overlay, OptionsAndTheirTexts) {
   EXPECT_EQ(o.MaskColour(), 0);  // black is a colour, not "none"
 }
 
+TEST(Overlay, WindowTexts) {
+  EXPECT_EQ(kOverlayTitle, "Overlay image");
+  EXPECT_EQ(kOverlayActionName, "Overlay Image");
+  EXPECT_EQ(kOverlayListCaption, "Select image to overlay:");
+  EXPECT_EQ(kCreateNewCaption, "Create &new image");
+  EXPECT_EQ(kTiledCaption, "&Tiled");
+  EXPECT_EQ(kOptionsFrameCaption, "Options");
+  EXPECT_EQ(kXOffsetCaption, "Left offset");
+  EXPECT_EQ(kYOffsetCaption, "Top offset");
+  EXPECT_EQ(kTransparencyCaption, "Transparency");
+  EXPECT_EQ(kMaskColorCaption, "&Mask color");
+  EXPECT_EQ(kOverlayOkCaption, "OK");
+  EXPECT_EQ(kOverlayCancelCaption, "Cancel");
+}
+
 TEST(Overlay, SlidersAreHeldToThePicture) {
   const OverlayLimits limits = OverlayLimitsFor(Bits(40, 30));
   EXPECT_EQ(limits.maxXOffset, 39);

@@ -175,6 +175,16 @@ TEST(UserFilterFile, RefusesWhatIsNotARecordAndLeavesTheRecordAlone) {
   WriteBytes(dir / "empty.kif", {});
   EXPECT_FALSE(LoadUserFilter(dir / "empty.kif", r));
   EXPECT_EQ(r, Sample3());
+  // A folder is not a file; a long file is read only as far as a record goes.
+  std::filesystem::create_directory(dir / "folder.kif");
+  EXPECT_FALSE(LoadUserFilter(dir / "folder.kif", r));
+  ByteVector huge = good;
+  huge.resize(1 << 20, 0x5A);
+  WriteBytes(dir / "huge.kif", huge);
+  UserFilterRecord fromHuge;
+  ASSERT_TRUE(LoadUserFilter(dir / "huge.kif", fromHuge));
+  EXPECT_EQ(fromHuge, Sample3());
+  if (std::filesystem::exists("/dev/zero")) EXPECT_FALSE(LoadUserFilter("/dev/zero", r));  // no end, all zero
 }
 
 TEST(UserFilterFile, SavingRefusesMasksTheFileCannotHold) {
@@ -269,6 +279,23 @@ struct DialogWithMessages {
     dialog.SetMessageHandler([this](std::string_view text) { messages.emplace_back(text); });
   }
 };
+
+TEST(UserFilterDialog, WindowTexts) {
+  EXPECT_EQ(kUserFilterTitle, "User filter");
+  EXPECT_EQ(kUserFilterFileFilter, "Kelvane filter (*.kif)|*.kif");
+  EXPECT_EQ(kLoadFilterTitle, "Load filter");
+  EXPECT_EQ(kSaveFilterTitle, "Save filter");
+  EXPECT_EQ(kWeightCaption, "Weight ");  // the blank belongs to the caption
+  EXPECT_EQ(kAddFactorsCaption, "Add factors:");
+  EXPECT_EQ(kAddCaptions[0], "Red");
+  EXPECT_EQ(kAddCaptions[1], "Green");
+  EXPECT_EQ(kAddCaptions[2], "Blue");
+  EXPECT_EQ(kAutoCaption, "&Auto");
+  EXPECT_EQ(kKeepMarginsCaption, "&Keep margins");
+  EXPECT_EQ(kBasedOnCaption, "Based on");
+  EXPECT_EQ(kFilterButtonCaptions[0], "Load Filter");
+  EXPECT_EQ(kFilterButtonCaptions[1], "Save Filter");
+}
 
 TEST(UserFilterDialog, BlankMasksAreRefusedWithTheMessage) {
   for (const char* filler : {"", "0", "abc", " -0", "0.0", "-"}) {

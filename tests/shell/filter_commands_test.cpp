@@ -2,6 +2,7 @@
 // words that need converting, chains of words, and unknown words.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <map>
 #include <random>
@@ -301,6 +302,177 @@ TEST(FilterCommands, EveryWordRunsOnceItsMethodIsRegistered) {
     EXPECT_TRUE(r.pixels.SameShape(picture)) << c.word;
   }
   if (missing > 0) std::printf("[ note ] %d command words wait for their filters\n", missing);
+}
+
+
+// --- zoom and rotation words ------------------------------------------------------
+
+// Nearest-neighbour resize: factor = old size / new size, source = Floor.
+Bits ReferenceResize(const Bits& s, int w, int h) {
+  const double sx = static_cast<double>(s.Width()) / w, sy = static_cast<double>(s.Height()) / h;
+  return MakePicture(w, h, [&](int x, int y, int c) {
+    return s.At(c, static_cast<int>(std::floor(x * sx)), static_cast<int>(std::floor(y * sy)));
+  });
+}
+
+// Bilinear resample: factor = last index / new size; rows first, each step
+// rounded ties to even.
+Bits ReferenceResample(const Bits& s, int w, int h) {
+  const double sx = static_cast<double>(s.Width() - 1) / w, sy = static_cast<double>(s.Height() - 1) / h;
+  return MakePicture(w, h, [&](int x, int y, int c) {
+    const double v = y * sy, u = x * sx;
+    const int y0 = static_cast<int>(std::floor(v)), x0 = static_cast<int>(std::floor(u));
+    const double fy = v - y0, fx = u - x0;
+    const int left = ReferenceRound((1 - fy) * s.At(c, x0, y0) + fy * s.At(c, x0, y0 + 1));
+    const int right = ReferenceRound((1 - fy) * s.At(c, x0 + 1, y0) + fy * s.At(c, x0 + 1, y0 + 1));
+    return std::clamp(ReferenceRound((1 - fx) * left + fx * right), 0, 255);
+  });
+}
+
+Bits Inverted(const Bits& s) {
+  return MakePicture(s.Width(), s.Height(), [&](int x, int y, int c) { return 255 - s.At(c, x, y); });
+}
+
+TEST(DocumentCommands, ZoomAndRotationWordsAsTheMenusDefineThem) {
+  // word -> "Target args; Target args", transcribed from the zoom and flip table.
+  const std::map<std::string, std::string> expected = {
+      {"200", "ZoomFactor 2"}, {"300", "ZoomFactor 3"}, {"400", "ZoomFactor 4"},
+      {"500", "ZoomFactor 5"}, {"600", "ZoomFactor 6"}, {"700", "ZoomFactor 7"},
+      {"50", "ZoomImage 2 false false"}, {"33", "ZoomImage 3 false false"},
+      {"25", "ZoomImage 4 false false"}, {"20", "ZoomImage 5 false false"},
+      {"15", "ZoomImage 7 false false"}, {"10", "ZoomImage 9 false false"},
+      {"ORIGINAL", "ZoomFactor 1; ZoomImage 1 false false"},
+      {"2x", "ZoomImage 2 true true"}, {"3x", "ZoomImage 3 true true"},
+      {"4x", "ZoomImage 4 true true"}, {"5x", "ZoomImage 5 true true"},
+      {"x2", "ZoomImage 2 false true"}, {"x3", "ZoomImage 3 false true"},
+      {"x4", "ZoomImage 4 false true"}, {"x5", "ZoomImage 5 false true"},
+      {"N90", "RotateImage -90 false"}, {"N180", "RotateImage -180 false"},
+      {"N270", "RotateImage 90 false"}, {"N45", "RotateImage -45 false"},
+      {"A90", "RotateImage -90 true"}, {"A180", "RotateImage -180 true"},
+      {"A270", "RotateImage -90 true"}, {"A45", "RotateImage -45 true"},
+  };
+  std::map<std::string, std::string> actual;
+  for (const DocumentCommand& c : DocumentCommands()) {
+    std::string text;
+    for (const DocumentCall& call : c.calls) {
+      if (!text.empty()) text += "; ";
+      text += call.target;
+      for (const std::string& a : call.arguments) text += " " + a;
+    }
+    EXPECT_TRUE(actual.emplace(c.word, text).second) << c.word << " twice";
+    EXPECT_EQ(FindFilterCommand(c.word), nullptr) << c.word;
+    EXPECT_EQ(FilterDialogIndex(c.word), -1) << c.word;
+  }
+  EXPECT_EQ(actual, expected);
+  EXPECT_EQ(FindDocumentCommand("n90"), nullptr);
+  ASSERT_NE(FindDocumentCommand("A270"), nullptr);
+  // The flips of the same table are engine words.
+  ASSERT_NE(FindFilterCommand("FLIPH"), nullptr);
+  EXPECT_EQ(FindFilterCommand("FLIPH")->arguments, (std::vector<std::string>{"true", "false"}));
+  EXPECT_EQ(FindFilterCommand("FLIPV")->arguments, (std::vector<std::string>{"false", "true"}));
+}
+
+TEST(DocumentCommands, ZoomSizesRoundTiesToEven) {
+  int32_t w = 0, h = 0;
+  ZoomImageSize(7, 5, 2, false, w, h);  // 3.5 and 2.5
+  EXPECT_EQ(w, 4);
+  EXPECT_EQ(h, 2);
+  ZoomImageSize(100, 64, 7, false, w, h);  // "15": 14.29 and 9.14
+  EXPECT_EQ(w, 14);
+  EXPECT_EQ(h, 9);
+  ZoomImageSize(100, 85, 9, false, w, h);  // "10": 11.11 and 9.44
+  EXPECT_EQ(w, 11);
+  EXPECT_EQ(h, 9);
+  ZoomImageSize(7, 5, 3, true, w, h);
+  EXPECT_EQ(w, 21);
+  EXPECT_EQ(h, 15);
+  ZoomImageSize(1, 1, 2, false, w, h);  // 0.5 rounds to 0
+  EXPECT_EQ(w, 0);
+  EXPECT_EQ(h, 0);
+}
+
+TEST(DocumentCommands, DividingZoomsResizeAndQualityZoomsResample) {
+  const Bits picture = RandomPicture(9, 7, 21);
+  const RectRegion all = RectRegion::FromRect(0, 0, 9, 7);
+  struct Case {
+    const char* word;
+    Bits expected;
+  };
+  const std::vector<Case> cases = {
+      {"50", ReferenceResize(picture, 4, 4)},     // 4.5 -> 4, 3.5 -> 4
+      {"33", ReferenceResize(picture, 3, 2)},     // 3, 2.33
+      {"15", ReferenceResize(picture, 1, 1)},     // by 7
+      {"x3", ReferenceResample(picture, 3, 2)},   // quality
+      {"2x", ReferenceResample(picture, 18, 14)}, // enlarge with quality
+      {"ORIGINAL", ReferenceResize(picture, 9, 7)},
+  };
+  for (const Case& c : cases) {
+    cBitFilter engine;
+    engine.SetBits(picture);
+    engine.BitsRegion(&all);
+    const CommandListOutcome r = RunFilterCommandList(engine, c.word);
+    ASSERT_TRUE(r.Ok()) << r.error;
+    EXPECT_EQ(r.ran, (std::vector<std::string>{c.word}));
+    EXPECT_TRUE(SameBits(c.expected, engine.BitsRef())) << c.word;
+    EXPECT_EQ(engine.BitsRegionHandle(), nullptr) << "the zoomed document's region ended with the run";
+  }
+  // "10" on a picture smaller than 5 pixels would make it 0 by 0: it stays.
+  cBitFilter tiny;
+  const Bits small = RandomPicture(4, 3, 22);
+  tiny.SetBits(small);
+  tiny.BitsRegion(&all);
+  ASSERT_TRUE(RunFilterCommandList(tiny, "10").Ok());
+  EXPECT_TRUE(SameBits(small, tiny.BitsRef()));
+}
+
+TEST(DocumentCommands, ZoomsStartFromTheLastUndoStateAndResetTheSelection) {
+  const Bits picture = RandomPicture(9, 7, 23);
+  const RectRegion corner = RectRegion::FromRect(0, 0, 2, 2);
+  auto run = [&](const char* words) {
+    cBitFilter engine;
+    engine.SetBits(picture);
+    engine.BitsRegion(&corner);
+    const CommandListOutcome r = RunFilterCommandList(engine, words);
+    EXPECT_TRUE(r.Ok()) << r.error;
+    return engine.GetBits();
+  };
+  const Bits half = ReferenceResize(picture, 4, 4);
+  // A second zoom puts the last undo state back first: no compounding.
+  EXPECT_TRUE(SameBits(half, run("50,50")));
+  EXPECT_TRUE(SameBits(ReferenceResize(picture, 2, 2), run("50,25")));  // 2.25, 1.75
+  EXPECT_TRUE(SameBits(picture, run("50,ORIGINAL")));
+  // A filter word after a zoom fixes the zoomed picture as the new state, and
+  // works on the whole of it: the zoom dropped the selection.
+  EXPECT_TRUE(SameBits(Inverted(half), run("50,INVERT")));
+  EXPECT_TRUE(SameBits(ReferenceResize(Inverted(half), 2, 2), run("50,INVERT,50")));
+  // Before any zoom the selection holds.
+  Bits cornerInverted = picture;
+  for (int y = 0; y < 2; ++y)
+    for (int x = 0; x < 2; ++x)
+      for (int c = 0; c < 3; ++c) cornerInverted.At(c, x, y) = static_cast<uint8_t>(255 - picture.At(c, x, y));
+  EXPECT_TRUE(SameBits(ReferenceResample(cornerInverted, 18, 14), run("INVERT,2x")));
+
+  // Without a zoom the caller's region is left in the engine.
+  cBitFilter engine;
+  engine.SetBits(picture);
+  engine.BitsRegion(&corner);
+  ASSERT_TRUE(RunFilterCommandList(engine, "INVERT").Ok());
+  EXPECT_EQ(engine.BitsRegionHandle(), &corner);
+}
+
+TEST(DocumentCommands, ViewZoomAndRotationLeaveThePicture) {
+  const Bits picture = RandomPicture(6, 5, 24);
+  const RectRegion all = RectRegion::FromRect(0, 0, 6, 5);
+  cBitFilter engine;
+  engine.SetBits(picture);
+  engine.BitsRegion(&all);
+  const CommandListOutcome r = RunFilterCommandList(engine, "200,N90,700,A270,NOPE");
+  ASSERT_TRUE(r.Ok()) << r.error;
+  EXPECT_EQ(r.ran, (std::vector<std::string>{"200", "700"}));
+  EXPECT_EQ(r.windowWords, (std::vector<std::string>{"N90", "A270"}));
+  EXPECT_EQ(r.unknownWords, (std::vector<std::string>{"NOPE"}));
+  EXPECT_TRUE(SameBits(picture, engine.BitsRef()));
+  EXPECT_EQ(engine.BitsRegionHandle(), &all);
 }
 
 }  // namespace
