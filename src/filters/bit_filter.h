@@ -109,7 +109,8 @@ class cBitFilter {
   // (Contrast's mean, Equalize's histogram) cover the whole picture. Filters
   // that have no skip-on-failure mode (BRIGHTNESS, COLORIZE, Invert, ISOLATE,
   // Reduction, ReplaceHS, ReplaceL, RotateH, RotateL, SwapBanks) return the
-  // unchanged picture when their arguments would raise an error.
+  // unchanged picture when their arguments would raise an error or their
+  // region reaches past the array.
   Bits BRIGHTNESS(int32_t level);
   Bits Invert();
   Bits COLORIZE(float hue, float saturation, float lightness);
@@ -250,6 +251,15 @@ class cBitFilter {
   void ForEachRow(int32_t first, int32_t last, bool parallel, RowFn&& row) {
     RunRows(first, last, parallel, [](void* ctx, int32_t y) { (*static_cast<RowFn*>(ctx))(y); }, &row);
   }
+  // The same for loops whose steps are not picture rows (the rows of a lens
+  // circle, the columns of a grid pass): after step i the 10 ms rule reports
+  // percent(i) instead of Trunc(i * 100 / MaxY).
+  template <class RowFn, class PercentFn>
+  void ForEachRow(int32_t first, int32_t last, bool parallel, RowFn&& row, PercentFn&& percent) {
+    RunRows(
+        first, last, parallel, [](void* ctx, int32_t y) { (*static_cast<RowFn*>(ctx))(y); }, &row,
+        [](void* ctx, int32_t i) { return static_cast<int32_t>((*static_cast<PercentFn*>(ctx))(i)); }, &percent);
+  }
 
   // The frame of most filters: after RegionBox, calls span(y, x0, x1) for every
   // span [x0, x1) of the region inside the box and the array, row by row from
@@ -271,7 +281,10 @@ class cBitFilter {
   Bits bits_;
 
  private:
-  void RunRows(int32_t first, int32_t last, bool parallel, void (*row)(void*, int32_t), void* ctx);
+  void RunRows(int32_t first, int32_t last, bool parallel, void (*row)(void*, int32_t), void* ctx,
+               int32_t (*percent)(void*, int32_t) = nullptr, void* percentCtx = nullptr);
+  // The 10 ms rule for a percentage worked out by the caller.
+  void ReportProgress(int32_t percent);
   void AdoptExtents();
 
   Bits spare_;

@@ -16,9 +16,9 @@
 //  - Skip-on-failure filters leave the input byte where a store would fall
 //    outside 0..255. BRIGHTNESS, COLORIZE, Invert, ISOLATE, Reduction,
 //    ReplaceHS, ReplaceL, RotateH, RotateL and SwapBanks have no such mode: an
-//    error anywhere (a store out of range, a division by zero, an overflow)
-//    abandons the whole filter, which then returns the unchanged picture and
-//    still raises 100.
+//    error anywhere (a store out of range, a division by zero, an overflow, a
+//    region point past the array) abandons the whole filter, which then
+//    returns the unchanged picture and still raises 100.
 //  - Statistics (Contrast's mean, Equalize's histogram) are taken over the
 //    whole picture, 0..MaxX by 0..MaxY, whatever the selection.
 #include <algorithm>
@@ -139,6 +139,16 @@ std::array<uint8_t, 256> IdentityTable() {
   std::array<uint8_t, 256> t{};
   for (int i = 0; i < 256; ++i) t[i] = static_cast<uint8_t>(i);
   return t;
+}
+
+// A region point past the array cannot be read. The filters without the
+// skip mode fail whole on it and hand back the unchanged picture. The loop box
+// is the region's bounding box, so a box edge past the array means a region
+// point past it.
+bool RegionLeavesArray(const cBitFilter& f) {
+  if (f.BoxLeft > f.BoxRight || f.BoxTop > f.BoxBottom) return false;
+  return f.BoxLeft < -kBitsFrame || f.BoxRight > f.MaxX + kBitsFrame || f.BoxTop < -kBitsFrame ||
+         f.BoxBottom > f.MaxY + kBitsFrame;
 }
 
 // The no-skip filters record an error here from any row; the filter then
@@ -742,6 +752,10 @@ Bits cBitFilter::BRIGHTNESS(int32_t level) {
   }
   const PixelTables tables(ShiftTable(level));
   RegionBox(0);
+  if (RegionLeavesArray(*this)) {
+    RaiseProgress(100);
+    return out;
+  }
   ForEachRegionSpan(true, [&](int32_t y, int32_t x0, int32_t x1) {
     MapSpan(bits_.Pixel(x0, y), out.Pixel(x0, y), x1 - x0, tables);
   });
@@ -752,6 +766,10 @@ Bits cBitFilter::BRIGHTNESS(int32_t level) {
 Bits cBitFilter::Invert() {
   Bits out = CopyOfBits();
   RegionBox(0);
+  if (RegionLeavesArray(*this)) {
+    RaiseProgress(100);
+    return out;
+  }
   ForEachRegionSpan(true, [&](int32_t y, int32_t x0, int32_t x1) {
     const uint8_t* src = bits_.Pixel(x0, y);
     uint8_t* dst = out.Pixel(x0, y);
@@ -781,7 +799,7 @@ Bits cBitFilter::COLORIZE(float hue, float saturation, float lightness) {
   bool anyInvalid = false;
   for (int s = 0; s < 766; ++s) {
     const double t = static_cast<double>(s) / 765 * lightness;
-    const RGBValue v = HLSToRGB(hue, static_cast<float>(t), saturation);
+    const RGBValue v = HLSToRGB(hue, saturation, static_cast<float>(t));
     invalid[s] = !IsByteTriple(v);
     anyInvalid = anyInvalid || invalid[s];
     table.word[s] = invalid[s] ? 0 : PackBGR(v.blue, v.green, v.red);
@@ -789,6 +807,10 @@ Bits cBitFilter::COLORIZE(float hue, float saturation, float lightness) {
   }
   FailureFlag failure;
   RegionBox(0);
+  if (RegionLeavesArray(*this)) {
+    RaiseProgress(100);
+    return out;
+  }
   ForEachRegionSpan(true, [&](int32_t y, int32_t x0, int32_t x1) {
     if (anyInvalid) {
       const uint8_t* src = bits_.Pixel(x0, y);
@@ -935,6 +957,10 @@ Bits cBitFilter::ReplaceHS(Colour colour, Colour newColour, int32_t hueTolerance
   const RefColour n(newColour);
   const int32_t target[3] = {n.b, n.g, n.r};
   RegionBox(0);
+  if (RegionLeavesArray(*this)) {
+    RaiseProgress(100);
+    return out;
+  }
   ForEachRegionSpan(true, [&](int32_t y, int32_t x0, int32_t x1) {
     const uint8_t* src = bits_.Pixel(x0, y);
     uint8_t* dst = out.Pixel(x0, y);
@@ -942,9 +968,10 @@ Bits cBitFilter::ReplaceHS(Colour colour, Colour newColour, int32_t hueTolerance
       // The three tests have no side effects: the cheap distance goes first.
       const int32_t d2 = distance(src);
       if (d2 > *limit) continue;
-      // Single-precision differences, compared with the double bands.
+      // The single hues and saturations are subtracted in double precision.
       const HLS hls = RGBToHLS(src[2], src[1], src[0]);
-      if (std::fabs(hls.h - refHls.h) <= hueBand && std::fabs(hls.s - refHls.s) <= saturationBand) {
+      if (std::fabs(static_cast<double>(hls.h) - refHls.h) <= hueBand &&
+          std::fabs(static_cast<double>(hls.s) - refHls.s) <= saturationBand) {
         SoftReplace(src, dst, target, 1 - static_cast<double>(d2) / *limit);
       }
     }
@@ -967,6 +994,10 @@ Bits cBitFilter::ReplaceL(Colour colour, Colour newColour, int32_t luminanceTole
   const RefColour n(newColour);
   const int32_t target[3] = {n.b, n.g, n.r};
   RegionBox(0);
+  if (RegionLeavesArray(*this)) {
+    RaiseProgress(100);
+    return out;
+  }
   ForEachRegionSpan(true, [&](int32_t y, int32_t x0, int32_t x1) {
     ReplaceLSpan(bits_.Pixel(x0, y), out.Pixel(x0, y), x1 - x0, distance, *limit, l0, *band, target);
   });
@@ -985,6 +1016,10 @@ Bits cBitFilter::ISOLATE(Colour colour, Colour background, int32_t tolerance) {
   const RefColour bg(background);
   const uint32_t fill = PackBGR(bg.b, bg.g, bg.r);
   RegionBox(0);
+  if (RegionLeavesArray(*this)) {
+    RaiseProgress(100);
+    return out;
+  }
   ForEachRegionSpan(true, [&](int32_t y, int32_t x0, int32_t x1) {
     IsolateSpan(bits_.Pixel(x0, y), out.Pixel(x0, y), x1 - x0, distance, *limit, fill);
   });
@@ -1014,6 +1049,10 @@ Bits cBitFilter::RotateH(int32_t offset, int32_t saturation) {
   const double f = static_cast<double>(saturation) / 100;
   FailureFlag failure;
   RegionBox(0);
+  if (RegionLeavesArray(*this)) {
+    RaiseProgress(100);
+    return out;
+  }
   ForEachRegionSpan(true, [&](int32_t y, int32_t x0, int32_t x1) {
     const uint8_t* src = bits_.Pixel(x0, y);
     uint8_t* dst = out.Pixel(x0, y);
@@ -1027,7 +1066,7 @@ Bits cBitFilter::RotateH(int32_t offset, int32_t saturation) {
         // The hue is a single: the double sum is rounded back into it.
         hls.h = static_cast<float>(hls.h + o);
         if (hls.h > 5) hls.h = hls.h - 6;
-        const RGBValue v = HLSToRGB(hls.h, hls.l, static_cast<float>(f * hls.s));
+        const RGBValue v = HLSToRGB(hls.h, static_cast<float>(f * hls.s), hls.l);
         if (!IsByteTriple(v)) return failure.Raise();
         lastIn = p & kColourBits;
         lastOut = PackBGR(v.blue, v.green, v.red);
@@ -1047,6 +1086,10 @@ Bits cBitFilter::RotateL(int32_t offset, int32_t steps) {
   const double o = static_cast<double>(offset) / 10;
   const double n = steps / 2.5;
   RegionBox(0);
+  if (RegionLeavesArray(*this)) {
+    RaiseProgress(100);
+    return out;
+  }
   ForEachRegionSpan(true, [&](int32_t y, int32_t x0, int32_t x1) {
     const uint8_t* src = bits_.Pixel(x0, y);
     uint8_t* dst = out.Pixel(x0, y);
@@ -1088,7 +1131,7 @@ Bits cBitFilter::StretchH(int32_t offset, int32_t saturation, int32_t factor) {
     double h = 3 * std::sin(n * t) + o;
     if (h < -1) h += 6;
     if (h > 5) h -= 6;
-    const RGBValue v = HLSToRGB(static_cast<float>(h), static_cast<float>(t), static_cast<float>(f));
+    const RGBValue v = HLSToRGB(static_cast<float>(h), static_cast<float>(f), static_cast<float>(t));
     const int32_t bgr[3] = {v.blue, v.green, v.red};
     table.keep[s] = ~kColourBits;
     for (int c = 0; c < 3; ++c) {
@@ -1122,6 +1165,10 @@ Bits cBitFilter::Reduction(int32_t level) {
   }
   const PixelTables tables(table);
   RegionBox(0);
+  if (RegionLeavesArray(*this)) {
+    RaiseProgress(100);
+    return out;
+  }
   ForEachRegionSpan(true, [&](int32_t y, int32_t x0, int32_t x1) {
     MapSpan(bits_.Pixel(x0, y), out.Pixel(x0, y), x1 - x0, tables);
   });
@@ -1202,6 +1249,10 @@ Bits cBitFilter::SwapBanks(int32_t order) {
     ChannelShuffle shuffle;
     for (int c = 0; c < 3; ++c) shuffle.source[c] = kOrders[order - 1][c];
     RegionBox(0);
+    if (RegionLeavesArray(*this)) {
+      RaiseProgress(100);
+      return out;
+    }
     ForEachRegionSpan(true, [&](int32_t y, int32_t x0, int32_t x1) {
       ShuffleSpan(bits_.Pixel(x0, y), out.Pixel(x0, y), x1 - x0, shuffle);
     });

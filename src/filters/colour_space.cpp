@@ -1,6 +1,9 @@
 #include "filters/colour_space.h"
 
 #include <cmath>
+#include <cstdint>
+
+#include "base/numeric.h"
 
 namespace kelvane {
 
@@ -18,50 +21,62 @@ float Minimum3(float a, float b, float c) {
   return m;
 }
 
+// The inputs over 255 and the three results are held as singles; the
+// arithmetic between them is in double precision, as everywhere in the
+// engine, and is rounded to single only where a result is stored.
 HLS RGBToHLS(int32_t red, int32_t green, int32_t blue) {
-  const float r = static_cast<float>(red) / 255.0f;
-  const float g = static_cast<float>(green) / 255.0f;
-  const float b = static_cast<float>(blue) / 255.0f;
-  const float max = Maximum3(r, g, b);
-  const float min = Minimum3(r, g, b);
+  const float r = static_cast<float>(red / 255.0);
+  const float g = static_cast<float>(green / 255.0);
+  const float b = static_cast<float>(blue / 255.0);
+  const double max = Maximum3(r, g, b);
+  const double min = Minimum3(r, g, b);
   HLS out;
-  out.l = (max + min) / 2.0f;
+  out.l = static_cast<float>((max + min) / 2);
   if (max == min) return out;
-  const float d = max - min;
-  out.s = out.l <= 0.5f ? d / (max + min) : d / (2.0f - max - min);
+  const double d = max - min;
+  out.s = static_cast<float>(out.l <= 0.5f ? d / (max + min) : d / (2 - max - min));
   if (r == max) {
-    out.h = (g - b) / d;
+    out.h = static_cast<float>((g - static_cast<double>(b)) / d);
   } else if (g == max) {
-    out.h = 2.0f + (b - r) / d;
+    out.h = static_cast<float>(2 + (b - static_cast<double>(r)) / d);
   } else {
-    out.h = 4.0f + (r - g) / d;
+    out.h = static_cast<float>(4 + (r - static_cast<double>(g)) / d);
   }
   return out;
 }
 
-RGBValue HLSToRGB(float h, float l, float s) {
-  float r, g, b;
-  if (s == 0.0f) {
+// The arguments are singles; min, max, the components and their products by
+// 255 are taken in double precision, and only the final Round makes integers.
+RGBValue HLSToRGB(float hue, float saturation, float lightness) {
+  const double h = hue, l = lightness, s = saturation;
+  double r, g, b;
+  if (saturation == 0.0f) {
     r = g = b = l;
   } else {
-    const float min = l <= 0.5f ? (1.0f - s) * l : l - (1.0f - l) * s;
-    const float max = 2.0f * l - min;
-    const float d = max - min;
-    if (h < 0.0f) {
+    const double min = lightness <= 0.5f ? (1 - s) * l : l - (1 - l) * s;
+    const double max = 2 * l - min;
+    const double d = max - min;
+    if (h < 0) {
       r = max; g = min; b = min - d * h;
-    } else if (h < 1.0f) {
+    } else if (h < 1) {
       r = max; g = min + d * h; b = min;
-    } else if (h < 2.0f) {
-      r = min - d * (h - 2.0f); g = max; b = min;
-    } else if (h < 3.0f) {
-      r = min; g = max; b = min + d * (h - 2.0f);
-    } else if (h < 4.0f) {
-      r = min; g = min - d * (h - 4.0f); b = max;
+    } else if (h < 2) {
+      r = min - d * (h - 2); g = max; b = min;
+    } else if (h < 3) {
+      r = min; g = max; b = min + d * (h - 2);
+    } else if (h < 4) {
+      r = min; g = min - d * (h - 4); b = max;
     } else {
-      r = min + d * (h - 4.0f); g = min; b = max;
+      r = min + d * (h - 4); g = min; b = max;
     }
   }
-  auto component = [](float v) { return static_cast<int32_t>(std::nearbyint(v * 255.0f)); };
+  // Components far outside the bytes (huge or not-a-number arguments) cannot
+  // become 32-bit integers; they come back as INT32_MIN, outside 0..255 like
+  // the value they stand for.
+  auto component = [](double v) {
+    const double x = RoundHalfEven(v * 255);
+    return x >= -2147483648.0 && x <= 2147483647.0 ? static_cast<int32_t>(x) : INT32_MIN;
+  };
   return {component(r), component(g), component(b)};
 }
 

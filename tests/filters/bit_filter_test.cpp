@@ -339,7 +339,7 @@ TEST(ColourSpace, HlsOfGreyAndPrimariesAndBack) {
   EXPECT_EQ(grey.s, 0.0f);
   EXPECT_FLOAT_EQ(grey.l, 128.0f / 255.0f);
   for (float h : {-1.0f, 0.0f, 2.5f, 4.7f}) {
-    EXPECT_EQ(HLSToRGB(h, 0.5f, 0.0f), (RGBValue{128, 128, 128})) << "round(127.5) goes to even 128";
+    EXPECT_EQ(HLSToRGB(h, 0.0f, 0.5f), (RGBValue{128, 128, 128})) << "round(127.5) goes to even 128";
   }
   // Hue is left in -1 .. 5: red 0, green 2, blue 4, magenta -1.
   struct Case { int r, g, b; float h; };
@@ -348,13 +348,13 @@ TEST(ColourSpace, HlsOfGreyAndPrimariesAndBack) {
     EXPECT_FLOAT_EQ(v.h, c.h);
     EXPECT_FLOAT_EQ(v.s, 1.0f);
     EXPECT_FLOAT_EQ(v.l, 0.5f);
-    EXPECT_EQ(HLSToRGB(v.h, v.l, v.s), (RGBValue{c.r, c.g, c.b}));
+    EXPECT_EQ(HLSToRGB(v.h, v.s, v.l), (RGBValue{c.r, c.g, c.b}));
   }
   // A light tint: l > 0.5 uses the second saturation formula.
   const HLS pink = RGBToHLS(255, 204, 204);
   EXPECT_FLOAT_EQ(pink.l, (1.0f + 0.8f) / 2);
   EXPECT_NEAR(pink.s, 0.2f / (2.0f - 1.0f - 0.8f), 1e-6);
-  EXPECT_EQ(HLSToRGB(pink.h, pink.l, pink.s), (RGBValue{255, 204, 204}));
+  EXPECT_EQ(HLSToRGB(pink.h, pink.s, pink.l), (RGBValue{255, 204, 204}));
   EXPECT_EQ(HueWrap(200), 200);
   EXPECT_EQ(HueWrap(201), -39);
   EXPECT_EQ(Maximum3(1, 3, 2), 3);

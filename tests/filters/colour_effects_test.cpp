@@ -827,6 +827,53 @@ TEST(ColourEffects, GradientLinearMatchesProjectionOntoTheLine) {
     }
 }
 
+TEST(ColourEffects, GradientCircularMatchesTheRuleExactly) {
+  // No angle is involved: t = sqrt(u^2 + v^2) / L, the bands through the
+  // single S, the share of the old value, RoundByte. Over a rectangle, an
+  // ellipse and a union, with a colour of -1 on either side.
+  Bits pic = RandomPicture(41, 29, 19);
+  struct Run {
+    int x1, y1, x2, y2;
+    int32_t c1, c2;
+    int opacity, frequency;
+  };
+  const std::vector<Run> runs = {{20, 14, 30, 20, 0x203040, 0xF0E0D0, 100, 1},
+                                 {0, 0, 40, 28, -1, 0x0080FF, 65, 4},
+                                 {7, 21, 9, 22, 0x7F7F7F, -1, 30, 3},   // L = 2 caps S at 2
+                                 {40, 0, 12, 9, 0x000000, 0xFFFFFF, 100, 7}};
+  for (const Run& run : runs)
+    for (const RectRegion& region : Regions()) {
+      const Bits out = Apply(pic, &region, [&](cBitFilter& f) {
+        return f.GradientCircular(f.BitsRef(), run.x1, run.y1, run.x2, run.y2, Colour{run.c1}, Colour{run.c2},
+                                  run.opacity, run.frequency);
+      });
+      const double dx = run.x2 - run.x1, dy = run.y2 - run.y1;
+      const int L = Rnd(std::sqrt(dx * dx + dy * dy));
+      float S = static_cast<float>(run.frequency - 1) * 3.141592f;
+      if (L < S) S = static_cast<float>(L);
+      const double o = run.opacity / 100.0;
+      Bits expected = pic;
+      for (int y = -2; y < 31; ++y)
+        for (int x = -2; x < 43; ++x) {
+          if (!region.Contains(x, y)) continue;
+          const double u = x - run.x1, v = y - run.y1;
+          double t = std::sqrt(u * u + v * v) / L;
+          if (S > 0) {
+            t = std::sin(t * S);
+            t = t * t;
+          }
+          t = std::min(std::max(t, 0.0), 1.0);
+          for (int c = 0; c < 3; ++c) {
+            const double old = pic.At(c, x, y);
+            const double from = run.c1 == -1 ? old : (run.c1 >> (16 - 8 * c)) & 0xFF;
+            const double to = run.c2 == -1 ? old : (run.c2 >> (16 - 8 * c)) & 0xFF;
+            expected.At(c, x, y) = static_cast<uint8_t>(Clamp255(Rnd(o * (t * to + (1 - t) * from) + (1 - o) * old)));
+          }
+        }
+      EXPECT_TRUE(SameBits(expected, out)) << run.x1 << "," << run.y1 << " f" << run.frequency;
+    }
+}
+
 // --- shared frame ------------------------------------------------------------------------------------
 
 TEST(ColourEffects, EmptyRegionLeavesThePictureAndReportsHundred) {

@@ -4,6 +4,7 @@
 // statistics under a selection, and the no-skip failure cases.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <climits>
 #include <cmath>
@@ -86,7 +87,7 @@ struct Case {
 
 TEST(ColourFilters, PointFiltersMatchTheirFormulasInAnEllipseReachingIntoTheFrame) {
   const Bits pic = Noise(53, 37, 5);
-  const RectRegion ellipse = RectRegion::FromEllipse(-4, 3, 50, 40);
+  const RectRegion ellipse = RectRegion::FromEllipse(-2, 3, 50, 39);
   auto each = [](auto fn) { return [fn](Triple p) { return Triple{fn(p[0]), fn(p[1]), fn(p[2])}; }; };
   auto third = [](Triple p) { return (p[0] + p[1] + p[2]) / 3; };
   const std::vector<Case> cases = {
@@ -459,6 +460,209 @@ TEST(ColourFilters, HueAndGreyRotationsByHand) {
   EXPECT_EQ(single({30, 30, 40}, [](cBitFilter& f) { return f.StretchH(0, 200, 0); }), (Triple{30, 30, 100}));
 }
 
+// The colour conversions as they read: the inputs over 255 and the three
+// results are singles, everything between them is double.
+struct RefHls {
+  float h = 0, s = 0, l = 0;
+};
+
+RefHls RefRGBToHLS(int red, int green, int blue) {
+  const float r = static_cast<float>(red / 255.0), g = static_cast<float>(green / 255.0),
+              b = static_cast<float>(blue / 255.0);
+  const double max = std::max({r, g, b}), min = std::min({r, g, b});
+  RefHls out;
+  out.l = static_cast<float>((max + min) / 2);
+  if (max == min) return out;
+  out.s = static_cast<float>(out.l <= 0.5f ? (max - min) / (max + min) : (max - min) / (2 - max - min));
+  if (r == max) {
+    out.h = static_cast<float>((g - static_cast<double>(b)) / (max - min));
+  } else if (g == max) {
+    out.h = static_cast<float>(2 + (b - static_cast<double>(r)) / (max - min));
+  } else {
+    out.h = static_cast<float>(4 + (r - static_cast<double>(g)) / (max - min));
+  }
+  return out;
+}
+
+// Returns b, g, r.
+Triple RefHLSToRGB(float hue, float saturation, float lightness) {
+  const double h = hue, s = saturation, l = lightness;
+  double r = l, g = l, b = l;
+  if (s != 0) {
+    const double lo = l <= 0.5 ? (1 - s) * l : l - (1 - l) * s;
+    const double hi = 2 * l - lo;
+    const double d = hi - lo;
+    if (h < 0) {
+      r = hi, g = lo, b = lo - d * h;
+    } else if (h < 1) {
+      r = hi, g = lo + d * h, b = lo;
+    } else if (h < 2) {
+      r = lo - d * (h - 2), g = hi, b = lo;
+    } else if (h < 3) {
+      r = lo, g = hi, b = lo + d * (h - 2);
+    } else if (h < 4) {
+      r = lo, g = lo - d * (h - 4), b = hi;
+    } else {
+      r = lo + d * (h - 4), g = lo, b = hi;
+    }
+  }
+  return {static_cast<int>(RefRound(b * 255)), static_cast<int>(RefRound(g * 255)),
+          static_cast<int>(RefRound(r * 255))};
+}
+
+TEST(ColourFilters, HlsKeepsSinglesOnlyWhereTheyAreStored) {
+  // Lightness of (r, g, b) = (5, 0, 0): the single nearest 5 / 510 is
+  // 0.0098039219, a little above it, so l * 255 = 2.50000009 rounds up to 3.
+  // Multiplying in single precision would land on 2.5 exactly and give 2.
+  const HLS dark = RGBToHLS(5, 0, 0);
+  EXPECT_EQ(dark.l, static_cast<float>(5 / 510.0));
+  EXPECT_EQ(HLSToRGB(0.0f, 0.0f, dark.l), (RGBValue{3, 3, 3}));
+  const RectRegion one = RectRegion::FromRect(0, 0, 1, 1);
+  EXPECT_EQ(PixelAt(Apply(Row({{0, 0, 5}}), &one, [](cBitFilter& f) { return f.RotateH(0, 0); }), 0, 0),
+            (Triple{3, 3, 3}));
+  // Hue differences are taken in double too. From (200, 100, 50), h0 = the
+  // single of 1/3 = 0.333333343; (150, 17, 0) has h = the single of 17 / 150 =
+  // 0.113333337. |h - h0| = 0.2200000063 in double: outside a band of 0.22
+  // (the single difference, 0.2199999988, would be inside), inside 0.23.
+  // There d2 = 50^2 + 83^2 + 50^2 = 11889 against the limit 65026 of
+  // tolerance 200: k = 1 - 11889 / 65026 = 0.8171654 towards white:
+  // 150 + 105k = 235.80 -> 236, 17 + 238k = 211.49 -> 211, 255k = 208.38 -> 208.
+  const Colour ref = ColourOf(200, 100, 50);
+  const Colour white = ColourOf(255, 255, 255);
+  const Bits px = Row({{0, 17, 150}});
+  EXPECT_EQ(PixelAt(Apply(px, &one, [&](cBitFilter& f) { return f.ReplaceHS(ref, white, 22, 100, 200); }), 0, 0),
+            (Triple{0, 17, 150}));
+  EXPECT_EQ(PixelAt(Apply(px, &one, [&](cBitFilter& f) { return f.ReplaceHS(ref, white, 23, 100, 200); }), 0, 0),
+            (Triple{208, 211, 236}));
+}
+
+TEST(ColourFilters, HueFiltersMatchTheConversionsOnNoise) {
+  const Bits pic = Noise(47, 33, 71);
+  // Both reach into the frame but not past the array.
+  const RectRegion ellipse = RectRegion::FromEllipse(-2, -1, 49, 35);
+  const RectRegion rect = RectRegion::FromRect(5, -2, 30, 20);
+  const double o = 25 / 16.67;
+  const std::vector<Case> cases = {
+      {"RotateH 25 80", [](cBitFilter& f) { return f.RotateH(25, 80); },
+       [&](Triple p) {
+         const RefHls v = RefRGBToHLS(p[2], p[1], p[0]);
+         float h = static_cast<float>(v.h + o);
+         if (h > 5) h = h - 6;
+         return RefHLSToRGB(h, static_cast<float>(0.8 * v.s), v.l);
+       }},
+      // An offset that wraps hues above 5 back to -1 and more.
+      {"RotateH 60 100", [](cBitFilter& f) { return f.RotateH(60, 100); },
+       [&](Triple p) {
+         const RefHls v = RefRGBToHLS(p[2], p[1], p[0]);
+         float h = static_cast<float>(v.h + 60 / 16.67);
+         if (h > 5) h = h - 6;
+         return RefHLSToRGB(h, static_cast<float>(1.0 * v.s), v.l);
+       }},
+      {"COLORIZE 1.3 0.6 0.9", [](cBitFilter& f) { return f.COLORIZE(1.3f, 0.6f, 0.9f); },
+       [](Triple p) {
+         const double t = (p[0] + p[1] + p[2]) / 765.0 * 0.9f;
+         return RefHLSToRGB(1.3f, 0.6f, static_cast<float>(t));
+       }},
+      {"StretchH -40 70 35", [](cBitFilter& f) { return f.StretchH(-40, 70, 35); },
+       [](Triple p) {
+         const double t = (p[0] + p[1] + p[2]) / 765.0;
+         double h = 3 * std::sin(3.5 * t) + -40 / 16.67;
+         if (h < -1) h += 6;
+         if (h > 5) h -= 6;
+         return RefHLSToRGB(static_cast<float>(h), 0.7f, static_cast<float>(t));
+       }},
+  };
+  for (const RectRegion* region : {&ellipse, &rect}) {
+    for (const Case& c : cases) {
+      EXPECT_TRUE(SameBits(Expected(pic, *region, c.ref), Apply(pic, region, c.call))) << c.name;
+    }
+    // ReplaceHS: the three tests, then the soft replacement towards the new colour.
+    const RefHls h0 = RefRGBToHLS(180, 60, 90);
+    const double a = 120 * 127.5 / 100;
+    const int64_t limit = RefRound(a * a + 1);
+    const Bits expected = Expected(pic, *region, [&](Triple p) {
+      const RefHls v = RefRGBToHLS(p[2], p[1], p[0]);
+      const int d2 = (p[0] - 90) * (p[0] - 90) + (p[1] - 60) * (p[1] - 60) + (p[2] - 180) * (p[2] - 180);
+      if (std::fabs(static_cast<double>(v.h) - h0.h) > 0.35 || std::fabs(static_cast<double>(v.s) - h0.s) > 0.4 ||
+          d2 > limit) {
+        return p;
+      }
+      const double k = 1 - static_cast<double>(d2) / limit;
+      const int to[3] = {200, 40, 10};
+      for (int c = 0; c < 3; ++c) p[c] = static_cast<int>(RefRound(p[c] + (to[c] - p[c]) * k));
+      return p;
+    });
+    EXPECT_TRUE(SameBits(expected, Apply(pic, region, [](cBitFilter& f) {
+                           return f.ReplaceHS(ColourOf(180, 60, 90), ColourOf(10, 40, 200), 35, 40, 120);
+                         })))
+        << "ReplaceHS";
+  }
+}
+
+TEST(ColourFilters, GreyAndDarkBrightRulesOnNoise) {
+  const Bits pic = Noise(51, 27, 88);
+  const RectRegion ellipse = RectRegion::FromEllipse(-2, -2, 53, 29);
+  const RectRegion rect = RectRegion::FromRect(0, 9, 51, 10);  // one row, edge pixels included
+  const std::vector<Case> cases = {
+      {"RotateL 7 13", [](cBitFilter& f) { return f.RotateL(7, 13); },
+       [](Triple p) {
+         const double y = p[1] * 0.707 + p[0] * 0.071 + p[2] * 0.222;
+         double v = std::sin(y / 255 * (13 / 2.5) + 0.7) * 127.5 + 127.5;
+         if (v > 255) {
+           v -= 255;
+         } else if (v < 0) {
+           v += 255;
+         }
+         const int g = static_cast<int>(RefRound(v));
+         return Triple{g, g, g};
+       }},
+      {"GreyScale", [](cBitFilter& f) { return f.GreyScale(); },
+       [](Triple p) {
+         const int g = static_cast<int>(RefRound(p[0] * 0.071 + p[1] * 0.707 + p[2] * 0.222));
+         return Triple{g, g, g};
+       }},
+      {"OLDPHOTO", [](cBitFilter& f) { return f.OLDPHOTO(); },
+       [](Triple p) {
+         const int y = static_cast<int>(RefRound(p[0] * 0.071 + p[1] * 0.707 + p[2] * 0.222));
+         return Triple{p[0], y, y};
+       }},
+      {"THERMIQUE", [](cBitFilter& f) { return f.THERMIQUE(); },
+       [](Triple p) {
+         const int b = p[0], g = p[1], r = p[2];
+         if (r > g && r > b) return Triple{0, 0, r};
+         if (g > r && g > b) return Triple{0, g, 0};
+         if (b > g && b > r) return Triple{b, 0, 0};
+         return p;
+       }},
+      {"XBLACK", [](cBitFilter& f) { return f.XBLACK(); },
+       [](Triple p) {
+         int dark = 0;
+         for (int c : p) dark += c <= 127.5;
+         if (dark == 0) return p;
+         return dark == 3 ? Triple{255, 255, 255} : Triple{0, 0, 0};
+       }},
+      {"PHOTOCOP", [](cBitFilter& f) { return f.PHOTOCOP(); },
+       [](Triple p) {
+         int dark = 0;
+         for (int c : p) dark += c <= 127.5;
+         if (dark == 0) return p;
+         return dark == 3 ? Triple{0, 0, 0} : Triple{255, 255, 255};
+       }},
+      {"SpecialColors green", [](cBitFilter& f) { return f.SpecialColors(false, true, false); },
+       [](Triple p) { return Triple{0, p[1], 0}; }},
+  };
+  for (const RectRegion* region : {&ellipse, &rect}) {
+    for (const Case& c : cases) {
+      EXPECT_TRUE(SameBits(Expected(pic, *region, c.ref), Apply(pic, region, c.call))) << c.name;
+    }
+  }
+  // A flat picture is a fixed point of THERMIQUE, XBLACK keeps a bright one.
+  const Bits flat = MakePicture(9, 4, [](int, int, int) { return 200; });
+  const RectRegion all = RectRegion::FromRect(0, 0, 9, 4);
+  EXPECT_TRUE(SameBits(flat, Apply(flat, &all, [](cBitFilter& f) { return f.THERMIQUE(); })));
+  EXPECT_TRUE(SameBits(flat, Apply(flat, &all, [](cBitFilter& f) { return f.XBLACK(); })));
+}
+
 TEST(ColourFilters, FiltersWithoutSkipModeLeaveThePictureOnAnError) {
   const Bits pic = Noise(19, 11, 41);
   const RectRegion all = RectRegion::FromRect(0, 0, 19, 11);
@@ -493,12 +697,37 @@ TEST(ColourFilters, FiltersWithoutSkipModeLeaveThePictureOnAnError) {
 TEST(ColourFilters, RegionPastThePictureWritesTheFrameAndEmptyRegionNothing) {
   const Bits pic = MakePicture(5, 3, [](int x, int y, int c) { return 10 * x + y + c; });
   const RectRegion beyond = RectRegion::FromRect(-6, -6, 11, 9);
-  const Bits out = Apply(pic, &beyond, [](cBitFilter& f) { return f.BRIGHTNESS(9); });
-  // The zero frame becomes 9 in channels 0..2; channel 3 stays 0.
+  // A filter that skips failed statements leaves the points past the array
+  // alone and does the rest: the zero frame becomes 9 in channels 0..2,
+  // channel 3 stays 0.
+  const Bits out = Apply(pic, &beyond, [](cBitFilter& f) { return f.ShiftRGB(9, 9, 9); });
   EXPECT_EQ(PixelAt(out, -2, -2), (Triple{9, 9, 9}));
   EXPECT_EQ(PixelAt(out, 6, 4), (Triple{9, 9, 9}));
   EXPECT_EQ(out.At(3, 6, 4), 0);
   EXPECT_EQ(PixelAt(out, 4, 2), (Triple{51, 52, 53}));
+  // The filters without that mode fail whole on the first point they cannot
+  // read, even when the region only just leaves the array on one side.
+  const RectRegion left = RectRegion::FromRect(-3, 0, 2, 2);
+  const RectRegion frameOnly = RectRegion::FromRect(-2, -2, 7, 5);
+  const std::vector<std::pair<const char*, std::function<Bits(cBitFilter&)>>> noSkip = {
+      {"BRIGHTNESS", [](cBitFilter& f) { return f.BRIGHTNESS(9); }},
+      {"Invert", [](cBitFilter& f) { return f.Invert(); }},
+      {"COLORIZE", [](cBitFilter& f) { return f.COLORIZE(1.0f, 0.5f, 1.0f); }},
+      {"ISOLATE", [](cBitFilter& f) { return f.ISOLATE(Colour{0}, ColourOf(1, 2, 3), 10); }},
+      {"Reduction", [](cBitFilter& f) { return f.Reduction(3); }},
+      {"ReplaceHS", [](cBitFilter& f) { return f.ReplaceHS(Colour{0}, ColourOf(1, 2, 3), 100, 100, 200); }},
+      {"ReplaceL", [](cBitFilter& f) { return f.ReplaceL(Colour{0}, ColourOf(1, 2, 3), 100, 200); }},
+      {"RotateH", [](cBitFilter& f) { return f.RotateH(20, 50); }},
+      {"RotateL", [](cBitFilter& f) { return f.RotateL(5, 10); }},
+      {"SwapBanks", [](cBitFilter& f) { return f.SwapBanks(4); }},
+  };
+  for (const auto& [name, call] : noSkip) {
+    std::vector<int> reports;
+    EXPECT_TRUE(SameBits(pic, Apply(pic, &left, call, &reports))) << name;
+    EXPECT_EQ(reports.back(), 100) << name;
+    // The frame itself is part of the array: a region over it runs.
+    EXPECT_FALSE(SameBits(pic, Apply(pic, &frameOnly, call))) << name;
+  }
   const RectRegion empty;
   std::vector<int> reports;
   EXPECT_TRUE(SameBits(pic, Apply(pic, &empty, [](cBitFilter& f) { return f.Equalize(); }, &reports)));
