@@ -74,14 +74,30 @@ void cBitFilter::ReportRowProgress(int32_t y) {
   }
 }
 
-void cBitFilter::RunRows(int32_t first, int32_t last, bool parallel, void (*row)(void*, int32_t), void* ctx) {
+void cBitFilter::ReportProgress(int32_t percent) {
+  const uint32_t now = MillisecondClock();
+  if (now - LastProgressTime > 10) {
+    LastProgressTime = now;
+    RaiseProgress(percent);
+  }
+}
+
+void cBitFilter::RunRows(int32_t first, int32_t last, bool parallel, void (*row)(void*, int32_t), void* ctx,
+                         int32_t (*percent)(void*, int32_t), void* percentCtx) {
   if (first > last) return;
+  auto report = [&](int32_t y) {
+    if (percent) {
+      ReportProgress(percent(percentCtx, y));
+    } else {
+      ReportRowProgress(y);
+    }
+  };
   const int64_t rows = static_cast<int64_t>(last) - first + 1;
   const int threads = parallel ? static_cast<int>(std::min<int64_t>(threads_, (rows + kRowChunk - 1) / kRowChunk)) : 1;
   if (threads <= 1) {
     for (int32_t y = first; y <= last; ++y) {
       row(ctx, y);
-      ReportRowProgress(y);
+      report(y);
     }
     return;
   }
@@ -94,7 +110,7 @@ void cBitFilter::RunRows(int32_t first, int32_t last, bool parallel, void (*row)
       const int64_t y1 = std::min<int64_t>(y0 + kRowChunk - 1, last);
       for (int64_t y = y0; y <= y1; ++y) row(ctx, static_cast<int32_t>(y));
       const int64_t finished = done.fetch_add(y1 - y0 + 1) + (y1 - y0 + 1);
-      if (reports) ReportRowProgress(static_cast<int32_t>(first + finished - 1));
+      if (reports) report(static_cast<int32_t>(first + finished - 1));
     }
   };
   std::vector<std::thread> helpers;

@@ -93,6 +93,22 @@ inline int32_t Clamp32(int64_t v) {
   return static_cast<int32_t>(std::clamp<int64_t>(v, INT32_MIN, INT32_MAX));
 }
 
+// The rows of a lens or flare circle of radius r > 0: dy from -r to r, with
+// the progress Trunc((dy + r) * 100 / (2r)) after each. Rows outside the box
+// or the array do nothing; a circle too large to walk row by row is walked
+// over the rows between lowDy and highDy only.
+struct CircleRows {
+  int32_t first, last;
+  int64_t radius;
+  int32_t Percent(int32_t dy) const { return static_cast<int32_t>((int64_t{dy} + radius) * 100 / (2 * radius)); }
+};
+
+inline CircleRows CircleRowsOf(int64_t r, int64_t lowDy, int64_t highDy) {
+  constexpr int64_t kWalkAll = int64_t{1} << 20;
+  if (r > kWalkAll) return {Clamp32(std::max(lowDy, -r)), Clamp32(std::min(highDy, r)), r};
+  return {static_cast<int32_t>(-r), static_cast<int32_t>(r), r};
+}
+
 inline void Copy3(uint8_t* dst, const uint8_t* src) {
   dst[0] = src[0];
   dst[1] = src[1];
@@ -197,13 +213,6 @@ inline Coord RoundCoord(double v) {
   Coord c{0, false};
   c.ok = RoundInt(v, c.value);
   return c;
-}
-
-// Whether v is one of the values a loop from `start` to `end` in steps of
-// `step` takes (step != 0).
-inline bool OnLoop(int64_t v, int64_t start, int64_t end, int64_t step) {
-  if (step > 0) return v >= start && v <= end && (v - start) % step == 0;
-  return v <= start && v >= end && (start - v) % (-step) == 0;
 }
 
 // The positions a loop `for p = start to end step step` lays tiles of
@@ -456,11 +465,15 @@ Bits cBitFilter::LENS(double centreX, double centreY, double diameter, double ma
   const double s = s2 >= 0 ? std::sqrt(s2) : 0.0;
   const double limit = RoundHalfEven(s * s);
   const RectRegion* region = BitsRegionHandle();
-  if (r > 0 && limit > 0 && region) {
+  if (r > 0) {
     const int64_t first = std::max<int64_t>({int64_t{ly} - r, BoxTop, -kBitsFrame});
     const int64_t last = std::min<int64_t>({int64_t{ly} + r, BoxBottom, MaxY + kBitsFrame});
-    ForEachRow(static_cast<int32_t>(first), static_cast<int32_t>(last), true, [&](int32_t y) {
-      const int64_t dy = int64_t{y} - ly;
+    const CircleRows rows = CircleRowsOf(r, first - ly, last - ly);
+    ForEachRow(rows.first, rows.last, true, [&](int32_t circleRow) {
+      const int64_t dy = circleRow;
+      const int64_t y64 = int64_t{ly} + dy;
+      if (!region || y64 < first || y64 > last) return;
+      const auto y = static_cast<int32_t>(y64);
       const double rest = limit - static_cast<double>(dy * dy);
       if (rest <= 0) return;
       const int64_t m = std::min<int64_t>(WidestOffset(static_cast<int64_t>(rest)), r);
@@ -482,7 +495,7 @@ Bits cBitFilter::LENS(double centreX, double centreY, double diameter, double ma
           }
         }
       });
-    });
+    }, [&](int32_t dy) { return rows.Percent(dy); });
   }
   RaiseProgress(100);
   return out;
@@ -506,10 +519,13 @@ Bits cBitFilter::Light(double centreX, double centreY, double extension, double 
   std::atomic<bool> failed{false};
   const int64_t first = std::max<int64_t>(int64_t{ly} - r, BoxTop);
   const int64_t last = std::min<int64_t>(int64_t{ly} + r, BoxBottom);
-  if (r > 0 && first <= last) {
-    ForEachRow(static_cast<int32_t>(first), static_cast<int32_t>(last), true, [&](int32_t y) {
-      if (failed.load(std::memory_order_relaxed)) return;
-      const int64_t dy = int64_t{y} - ly;
+  if (r > 0) {
+    const CircleRows rows = CircleRowsOf(r, first - ly, last - ly);
+    ForEachRow(rows.first, rows.last, true, [&](int32_t circleRow) {
+      const int64_t dy = circleRow;
+      const int64_t y64 = int64_t{ly} + dy;
+      if (y64 < first || y64 > last || failed.load(std::memory_order_relaxed)) return;
+      const auto y = static_cast<int32_t>(y64);
       const int64_t rest = r2 - dy * dy;
       if (rest <= 0) return;
       const int64_t m = WidestOffset(rest);
@@ -541,7 +557,7 @@ Bits cBitFilter::Light(double centreX, double centreY, double extension, double 
           }
         }
       });
-    });
+    }, [&](int32_t dy) { return rows.Percent(dy); });
   }
   if (failed.load()) out = bits_;
   RaiseProgress(100);
@@ -699,30 +715,62 @@ Bits cBitFilter::Grid(int32_t horizontalStep, int32_t verticalStep, bool forceMa
     for (int ch = 0; ch < 3; ++ch)
       if (blend[ch][src[ch]] >= 0) dst[ch] = static_cast<uint8_t>(blend[ch][src[ch]]);
   };
-  // Columns of the column pass inside the array, in order.
+  // Every write reads the input, so a point that both passes reach gets the
+  // same value twice.
   const Walk walk = ClipToArray(*this);
-  std::vector<int32_t> columns;
-  for (int32_t x = walk.left; x <= walk.right; ++x)
-    if (OnLoop(x, BoxLeft, BoxRight, horizontalStep)) columns.push_back(x);
-  // Every write reads the input, so a point drawn by both passes gets the
-  // same value once: a point is drawn when any pass reaches it.
-  ForEachRegionSpan(true, [&](int32_t y, int32_t x0, int32_t x1) {
-    const uint8_t* src = bits_.Pixel(x0, y);
-    uint8_t* dst = out.Pixel(x0, y);
-    const bool rowLine = OnLoop(y, BoxTop, BoxBottom, verticalStep) || (forceMargins && y == MaxY);
-    if (rowLine) {
+  const RectRegion* region = BitsRegionHandle();
+  auto drawRow = [&](int64_t y) {
+    if (y < walk.top || y > walk.bottom) return;
+    const auto row = static_cast<int32_t>(y);
+    region->ForEachSpan(row, walk.left, walk.right + 1, [&](int32_t x0, int32_t x1) {
+      const uint8_t* src = bits_.Pixel(x0, row);
+      uint8_t* dst = out.Pixel(x0, row);
       for (int32_t n = x1 - x0; n > 0; --n, src += 4, dst += 4) draw(dst, src);
-      return;
-    }
-    // The column pass runs down from the row numbered like the box's left
-    // edge, not from its top.
-    if (y >= BoxLeft) {
-      for (auto it = std::lower_bound(columns.begin(), columns.end(), x0); it != columns.end() && *it < x1; ++it) {
-        draw(dst + 4 * (*it - x0), src + 4 * (*it - x0));
+    });
+  };
+  const RegionTest inRegion(region);
+  // Draws the columns first, first + step, ... (count of them) down from row
+  // fromY, row by row so that close columns share their cache lines.
+  auto drawColumns = [&](int64_t first, int64_t step, int64_t count, int64_t fromY) {
+    const auto top = static_cast<int32_t>(std::max<int64_t>(fromY, walk.top));
+    for (int32_t y = top; y <= walk.bottom; ++y) {
+      const uint8_t* src = bits_.Pixel(0, y);
+      uint8_t* dst = out.Pixel(0, y);
+      for (int64_t j = 0; j < count; ++j) {
+        const int64_t x = first + j * step;
+        if (x < walk.left || x > walk.right || !inRegion(static_cast<int32_t>(x), y)) continue;
+        draw(dst + 4 * x, src + 4 * x);
       }
     }
-    if (forceMargins && MaxX >= x0 && MaxX < x1) draw(dst + 4 * (MaxX - x0), src + 4 * (MaxX - x0));
-  });
+  };
+  // The number of steps a loop from `start` to `end` by `step` takes.
+  auto steps = [](int64_t start, int64_t end, int64_t step) -> int64_t {
+    if (step > 0) return end >= start ? (end - start) / step + 1 : 0;
+    return start >= end ? (start - end) / -step + 1 : 0;
+  };
+  auto percentOf = [](int64_t v, int32_t max) {
+    return max != 0 ? static_cast<int32_t>(v * 100 / max) : 0;
+  };
+  // Row pass: rows from BoxTop by the vertical step, each across the box.
+  const int64_t rowCount = steps(BoxTop, BoxBottom, verticalStep);
+  ForEachRow(0, Clamp32(rowCount - 1), true, [&](int32_t k) { drawRow(BoxTop + int64_t{k} * verticalStep); },
+             [&](int32_t k) { return percentOf(BoxTop + int64_t{k} * verticalStep, MaxY); });
+  if (forceMargins) drawRow(MaxY);
+  // Column pass: columns from BoxLeft by the horizontal step, each drawn down
+  // from the row numbered like the box's left edge, not from its top, with
+  // the progress Trunc(x * 100 / MaxX) of its column. Close columns are drawn
+  // together, as many as fit in 64 pixels, and report the last of them.
+  const int64_t columnCount = steps(BoxLeft, BoxRight, horizontalStep);
+  const int64_t together = std::max<int64_t>(1, 64 / std::llabs(int64_t{horizontalStep}));
+  auto lastColumnOf = [&](int32_t k) { return std::min(columnCount, (int64_t{k} + 1) * together) - 1; };
+  ForEachRow(
+      0, Clamp32((columnCount + together - 1) / together - 1), true,
+      [&](int32_t k) {
+        const int64_t first = int64_t{k} * together;
+        drawColumns(BoxLeft + first * horizontalStep, horizontalStep, lastColumnOf(k) - first + 1, BoxLeft);
+      },
+      [&](int32_t k) { return percentOf(BoxLeft + lastColumnOf(k) * horizontalStep, MaxX); });
+  if (forceMargins) drawColumns(MaxX, 1, 1, BoxTop);
   RaiseProgress(100);
   return out;
 }

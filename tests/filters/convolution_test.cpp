@@ -530,6 +530,62 @@ TEST(Diffuse, SamplesSourcesTestedAgainstTheRegion) {
   EXPECT_EQ(f.Random(), g.Random());
 }
 
+TEST(ConvolutionFrame, OneSelectedPixelAtThePicturesEdge) {
+  // A 3 x 3 picture with one selected pixel. Neighbour reads past the
+  // picture meet the zero frame; the unselected neighbours are read, never
+  // written; the filters with an inset of 1 have an empty box.
+  const int values[3][3] = {{10, 20, 30}, {40, 50, 60}, {70, 80, 41}};  // [y][x]
+  const Bits pic = MakePicture(3, 3, [&](int x, int y, int) { return values[y][x]; });
+  const RectRegion corner = RectRegion::FromRect(2, 2, 3, 3);  // (MaxX, MaxY)
+  const RectRegion side = RectRegion::FromRect(2, 1, 3, 2);    // (MaxX, 1)
+  const RectRegion origin = RectRegion::FromRect(0, 0, 1, 1);
+  auto only = [&](int x, int y, int v) {
+    Bits expected = pic;
+    for (int c = 0; c < 3; ++c) expected.At(c, x, y) = static_cast<uint8_t>(v);
+    return expected;
+  };
+  auto run = [&](const RectRegion& region, const std::function<Bits(cBitFilter&)>& call) {
+    return Apply(pic, region, call);
+  };
+  // Blurs 1 at (2, 2): (50 + 60 + 80 + five zeros) / 8 = 23.75 -> 23.
+  EXPECT_TRUE(SameBits(only(2, 2, 23), run(corner, [](cBitFilter& f) { return f.Blurs(1); })));
+  // EDGEENHANCE 0 at (0, 0): 9 * 10 - (20 + 40 + 50) = -20, Trunc(-20 / 1) clamps to 0.
+  EXPECT_TRUE(SameBits(only(0, 0, 0), run(origin, [](cBitFilter& f) { return f.EDGEENHANCE(0); })));
+  // DILATE / ERODE at (2, 2): 80 (its own window's largest) and 0 (the frame).
+  EXPECT_TRUE(SameBits(only(2, 2, 80), run(corner, [](cBitFilter& f) { return f.DILATE(); })));
+  EXPECT_TRUE(SameBits(only(2, 2, 0), run(corner, [](cBitFilter& f) { return f.ERODE(); })));
+  // RankFilterN4 1 (inset 0): max of 41, 60, 80 and two zeros = 80. With op 0
+  // the inset of 1 leaves a one-pixel box empty, although the smallest would be 0.
+  EXPECT_TRUE(SameBits(only(2, 2, 80), run(corner, [](cBitFilter& f) { return f.RankFilterN4(1); })));
+  EXPECT_TRUE(SameBits(pic, run(corner, [](cBitFilter& f) { return f.RankFilterN4(0); })));
+  EXPECT_TRUE(SameBits(pic, run(corner, [](cBitFilter& f) { return f.SOFTEN(50); })));
+  EXPECT_TRUE(SameBits(pic, run(corner, [](cBitFilter& f) { return f.SHARPEN(50); })));
+  // RELIEF at (2, 2): S = 2 * 50 + 80 + 60 - 0 - 0 - 2 * 0 = 240; Trunc((41 + 240) / 2) = 140, + 50 = 190.
+  EXPECT_TRUE(SameBits(only(2, 2, 190), run(corner, [](cBitFilter& f) { return f.RELIEF(); })));
+  // RELIEF at (0, 0): S = 0 + 0 + 0 - 40 - 20 - 2 * 50 = -160; Trunc(-150 / 2) = -75, + 50 = -25 -> 0.
+  EXPECT_TRUE(SameBits(only(0, 0, 0), run(origin, [](cBitFilter& f) { return f.RELIEF(); })));
+  // EMBOSS on the last column repeats the output beside it, which is the
+  // input there since (1, 1) is not selected: 50.
+  EXPECT_TRUE(SameBits(only(2, 1, 50), run(side, [](cBitFilter& f) { return f.EMBOSS(30); })));
+  // CONTOUR at (0, 0): e = 80 - 110 + 255 = 225 per channel; level 226 keeps
+  // it, level 225 paints the colour.
+  EXPECT_TRUE(SameBits(only(0, 0, 225), run(origin, [](cBitFilter& f) { return f.CONTOUR(226, Colour{0}); })));
+  EXPECT_TRUE(SameBits(only(0, 0, 0), run(origin, [](cBitFilter& f) { return f.CONTOUR(225, Colour{0}); })));
+  // MaskFilter "Blur" at (2, 2): the window from (1, 1) holds 50 + 60 + 80 + 41
+  // and five zeros: 231 / 9 = 25.67 -> 25. Keep margins puts the corner out of reach.
+  const UserFilterRecord blur = GetMask(0);
+  EXPECT_TRUE(SameBits(only(2, 2, 25),
+                       run(corner, [&](cBitFilter& f) { return f.MaskFilter(blur.Mask, 9, 0, 0, 0, false); })));
+  EXPECT_TRUE(
+      SameBits(pic, run(corner, [&](cBitFilter& f) { return f.MaskFilter(blur.Mask, 9, 0, 0, 0, true); })));
+  // PAINTING at (2, 2): window 0 (columns and rows 0..2) has mean 401 / 9 = 44
+  // and spread 34 + 24 + 14 + 4 + 6 + 16 + 26 + 36 + 3 = 163; window 1
+  // (columns 2..4) holds 30, 60, 41 and six zeros: mean 14, spread 16 + 46 +
+  // 27 + 6 * 14 = 173; window 2 (rows 2..4) 70, 80, 41 and six zeros: mean 21,
+  // spread 49 + 59 + 20 + 6 * 21 = 254. Window 0 wins: 44.
+  EXPECT_TRUE(SameBits(only(2, 2, 44), run(corner, [](cBitFilter& f) { return f.PAINTING(); })));
+}
+
 TEST(ConvolutionFrame, RegionsReachingPastTheArray) {
   // Regions reaching past the frame: filters that do not skip failed
   // statements return the picture unchanged, the others change only pixels
@@ -560,7 +616,9 @@ TEST(ConvolutionFrame, RegionsReachingPastTheArray) {
   for (const RectRegion& region : {RectRegion::FromRect(-6, -5, 18, 15), RectRegion::FromEllipse(-9, -3, 20, 13)})
     for (size_t i = 0; i < filters.size(); ++i) {
       const Bits out = Apply(pic, region, filters[i].first);
-      if (filters[i].second) EXPECT_TRUE(SameBits(pic, out)) << "filter " << i;
+      if (filters[i].second) {
+        EXPECT_TRUE(SameBits(pic, out)) << "filter " << i;
+      }
     }
 }
 

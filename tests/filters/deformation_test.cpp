@@ -3,6 +3,7 @@
 // one after another with their overlaps) compared over whole pictures.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <random>
@@ -309,7 +310,10 @@ Bits RefLens(const Bits& in, const RectRegion& region, double xf, double yf, dou
     for (long dx = -r; dx <= r; ++dx) {
       if (dx * dx + dy * dy >= limit || !region.Contains(dx + cx, dy + cy) || !in.InArray(dx + cx, dy + cy)) continue;
       const long z = RefRound(std::sqrt(static_cast<double>(r * r - dx * dx - dy * dy)));
-      const long sx = cx + RefRound(dx * f) / z, sy = cy + RefRound(dy * f) / z;
+      // F is a single, but dx * F is worked in double precision like all the
+      // rest: -5 * 0.7f is -3.49999994, not the single -3.5.
+      const double fd = f;
+      const long sx = cx + RefRound(dx * fd) / z, sy = cy + RefRound(dy * fd) / z;
       if (in.InArray(sx, sy)) CopyPixel(out, in, dx + cx, dy + cy, sx, sy);
     }
   return out;
@@ -356,6 +360,69 @@ TEST(DeformLens, MatchesLiteralLoopIncludingFisheyePreset) {
       EXPECT_TRUE(SameBits(RefLens(pic, r, c.xf, c.yf, c.dia, c.mag),
                            Filtered(pic, &r, [&](cBitFilter& f) { return f.LENS(c.xf, c.yf, c.dia, c.mag); })))
           << c.xf << " " << c.yf << " " << c.dia << " " << c.mag;
+    }
+}
+
+TEST(DeformLens, ProductWithTheSingleFactorIsWorkedInDouble) {
+  // 15 x 15, centre (7, 7), diameter 0.5: R = round(0.5 * 14) = 7. Magnify
+  // 135: F = 7 * 15 / 150 = 0.7, held as the single 0.699999988;
+  // limit = round(49 - 0.49) = 49. At (dx, dy) = (-3, -5): z = round(sqrt 15)
+  // = 4, round(-3 F) = round(-2.0999999) = -2 and round(-5 F) =
+  // round(-3.49999994) = -3 (a single product would be -3.5 and give -4):
+  // both divide to 0, so (4, 2) reads the centre (7, 7), not (7, 6).
+  Bits pic = Numbered(15, 15);
+  RectRegion all = RectRegion::FromRect(0, 0, 15, 15);
+  Bits out = Filtered(pic, &all, [](cBitFilter& f) { return f.LENS(0.5, 0.5, 0.5, 135); });
+  EXPECT_EQ(out.At(0, 4, 2), 7);
+  EXPECT_EQ(out.At(1, 4, 2), 7);
+  // (dx, dy) = (-4, -5): z = round(sqrt 8) = 3, round(-2.8) = -3 -> -1 and -3 -> -1: (6, 6).
+  EXPECT_EQ(out.At(0, 3, 2), 6);
+  EXPECT_EQ(out.At(1, 3, 2), 6);
+  // Outside the limit (dx^2 + dy^2 >= 49) nothing moves: (0, 7) and (7, 0).
+  EXPECT_EQ(out.At(0, 0, 7), 0);
+  EXPECT_EQ(out.At(1, 7, 0), 0);
+  EXPECT_TRUE(SameBits(RefLens(pic, all, 0.5, 0.5, 0.5, 135), out));
+}
+
+// Progress reports of one run. The first end-of-step report always goes out
+// (the engine's clock starts at 0), the later ones at most every 10 ms, and
+// the last is 100.
+std::vector<int> ProgressOf(const Bits& pic, const RectRegion& region, const std::function<Bits(cBitFilter&)>& call,
+                            int threads = 1) {
+  cBitFilter f;
+  f.SetThreadCount(threads);
+  f.SetBits(pic);
+  f.BitsRegion(&region);
+  std::vector<int> reports;
+  f.SetProgressHandler([&](int p) { reports.push_back(p); });
+  call(f);
+  return reports;
+}
+
+TEST(DeformLens, ProgressRunsOverTheRowsOfTheCircle) {
+  // 21 x 21, centre (10, 10), R = round(0.3 * 20) = 6: the circle's rows
+  // 4..16 report Trunc((dy + 6) * 100 / 12), from 0 at dy = -6, whatever the
+  // picture row; the flare walks its circle the same way.
+  Bits pic = Flat(21, 21, 40);
+  RectRegion all = RectRegion::FromRect(0, 0, 21, 21);
+  std::vector<int> allowed;
+  for (int dy = -6; dy <= 6; ++dy) allowed.push_back((dy + 6) * 100 / 12);
+  for (int which = 0; which < 2; ++which)
+    for (int threads : {1, 2}) {
+      const std::vector<int> reports = ProgressOf(pic, all, [&](cBitFilter& f) {
+        return which == 0 ? f.LENS(0.5, 0.5, 0.3, 60) : f.Light(0.5, 0.5, 0.3, 50, 50);
+      }, threads);
+      ASSERT_GE(reports.size(), 2u);
+      if (threads == 1) {
+        EXPECT_EQ(reports.front(), 0) << which;
+      }
+      EXPECT_EQ(reports.back(), 100);
+      for (size_t i = 0; i + 1 < reports.size(); ++i) {
+        EXPECT_NE(std::find(allowed.begin(), allowed.end(), reports[i]), allowed.end()) << reports[i];
+        if (i > 0) {
+          EXPECT_LE(reports[i - 1], reports[i]);
+        }
+      }
     }
 }
 
@@ -594,6 +661,71 @@ TEST(DeformGrid, ForceMarginsBlendAndSkippedBytes) {
   EXPECT_EQ(out.At(1, 0, 0), 218);
   EXPECT_EQ(out.At(0, 0, 0), 100);
   EXPECT_EQ(out.At(2, 0, 0), 100);
+}
+
+// Grid literally: the row pass, the forced last row, the column pass from the
+// row numbered like the box's left edge, the forced last column; every point
+// tested against the region, every blend read from the input.
+Bits RefGrid(const Bits& in, const RectRegion& region, long hs, long vs, bool force, int colour, double opacity) {
+  Bits out = in;
+  const Rect b = region.Box();
+  const long left = b.left, right = b.right - 1, top = b.top, bottom = b.bottom - 1;
+  const double o = opacity / 255;
+  const int paint[3] = {(colour >> 16) & 255, (colour >> 8) & 255, colour & 255};
+  auto point = [&](long x, long y) {
+    if (!region.Contains(x, y)) return;
+    for (int c = 0; c < 3; ++c) {
+      const long v = RefRound(o * paint[c] + (1 - o) * in.At(c, x, y));
+      if (v >= 0 && v <= 255) out.At(c, x, y) = static_cast<uint8_t>(v);
+    }
+  };
+  for (long y = top; vs > 0 ? y <= bottom : y >= bottom; y += vs)
+    for (long x = left; x <= right; ++x) point(x, y);
+  if (force)
+    for (long x = left; x <= right; ++x) point(x, in.MaxY());
+  for (long x = left; hs > 0 ? x <= right : x >= right; x += hs)
+    for (long y = left; y <= bottom; ++y) point(x, y);
+  if (force)
+    for (long y = top; y <= bottom; ++y) point(in.MaxX(), y);
+  return out;
+}
+
+TEST(DeformGrid, EllipseAndEdgeSelectionsMatchTheLiteralPasses) {
+  Bits pic = RandomPicture(37, 23, 18);
+  const RectRegion edge = RectRegion::FromRect(30, 4, 37, 23);  // reaches the last row and column
+  const RectRegion low = RectRegion::FromEllipse(12, 1, 36, 22);  // columns begin at row 12, not 1
+  for (const RectRegion* region : {&Ellipse(), &edge, &low})
+    for (auto [hs, vs] : {std::pair{4, 3}, std::pair{1, 5}, std::pair{7, 1}, std::pair{3, -2}})
+      for (bool force : {false, true})
+        for (int threads : {1, 2}) {
+          const int colour = RGB(250, 20, 130);
+          EXPECT_TRUE(SameBits(RefGrid(pic, *region, hs, vs, force, colour, 90),
+                               Filtered(pic, region, [&](cBitFilter& f) {
+                                 return f.Grid(hs, vs, force, Colour{colour}, 90);
+                               }, threads)))
+              << hs << " " << vs << " " << force << " " << threads;
+        }
+}
+
+TEST(DeformGrid, ColumnPassReportsItsColumns) {
+  // 301 x 11, box columns 5..300, rows 2..10. A negative vertical step takes
+  // no row, so the first report comes from the column pass: Trunc(5 * 100 /
+  // 300) = 1 for column 5, not the row rule's Trunc(2 * 100 / 10) = 20. The
+  // later columns 75, 145, 215, 285 give 25, 48, 71, 95.
+  Bits pic = Flat(301, 11, 10);
+  RectRegion region = RectRegion::FromRect(5, 2, 301, 11);
+  std::vector<int> reports = ProgressOf(pic, region, [](cBitFilter& f) {
+    return f.Grid(70, -3, false, Colour{0}, 255);
+  });
+  ASSERT_GE(reports.size(), 2u);
+  EXPECT_EQ(reports.front(), 1);
+  EXPECT_EQ(reports.back(), 100);
+  for (size_t i = 1; i + 1 < reports.size(); ++i) {
+    EXPECT_TRUE(reports[i] == 25 || reports[i] == 48 || reports[i] == 71 || reports[i] == 95) << reports[i];
+  }
+  // With rows to draw, the row pass reports first by the row rule: row 2 of MaxY 10.
+  reports = ProgressOf(pic, region, [](cBitFilter& f) { return f.Grid(70, 3, false, Colour{0}, 255); });
+  EXPECT_EQ(reports.front(), 20);
 }
 
 // --- GLASS -------------------------------------------------------------------
