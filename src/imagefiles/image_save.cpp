@@ -7,6 +7,7 @@
 
 #include "imagefiles/decoder_process.h"
 #include "imagefiles/devil_access.h"
+#include "imagefiles/file_dialog_filters.h"
 #include "imagefiles/format_bridge.h"
 #include "imagefiles/image_load.h"
 
@@ -125,12 +126,25 @@ bool SaveThroughDevIL(const std::filesystem::path& path, unsigned type) {
   return RunInDecoderProcess([&](int) { return DevILConvertFile(source, type, path); }, unused);
 }
 
+FIBITMAP* ApplySaveDepthRule(FIBITMAP* dib, SaveDepthRule rule) {
+  if (!dib) return nullptr;
+  const unsigned bpp = FreeImage_GetBPP(dib);
+  switch (rule) {
+    case SaveDepthRule::To8BitsUnless1: return bpp != 1 ? FreeImage_ConvertTo8Bits(dib) : nullptr;
+    case SaveDepthRule::To8BitsUnless8: return bpp != 8 ? FreeImage_ConvertTo8Bits(dib) : nullptr;
+    case SaveDepthRule::To24BitsUnless24: return bpp != 24 ? FreeImage_ConvertTo24Bits(dib) : nullptr;
+    case SaveDepthRule::None: break;
+  }
+  return nullptr;
+}
+
 bool SaveImageFile(const cDIBSection& picture, const std::filesystem::path& path, std::string_view extension) {
   FreeImageStart();
   const SaveFormatRow* row = SaveFormatFor(extension);
-  if (!row) return false;
-  if (row->writer == SaveWriter::DevIL) return SaveThroughDevIL(path, static_cast<unsigned>(row->flags));
 
+  // Every road but an unknown extension starts from the picture as a decoder
+  // image; when that cannot be made nothing is written, the DevIL rows
+  // included (they never look at it, but the save stops before them).
   FIBITMAP* made = nullptr;
   if (FreeImage_DIB_From_BMP(&picture, made) != kFormatTrue) return false;
   ImageHolder image(made);
@@ -139,25 +153,13 @@ bool SaveImageFile(const cDIBSection& picture, const std::filesystem::path& path
     if (!flat) return false;
     image.Replace(flat);
   }
-  const unsigned bpp = FreeImage_GetBPP(image.dib);
-  FIBITMAP* converted = nullptr;
-  switch (row->depth) {
-    case SaveDepthRule::To8BitsUnless1:
-      if (bpp != 1) converted = FreeImage_ConvertTo8Bits(image.dib);
-      break;
-    case SaveDepthRule::To8BitsUnless8:
-      if (bpp != 8) converted = FreeImage_ConvertTo8Bits(image.dib);
-      break;
-    case SaveDepthRule::To24BitsUnless24:
-      if (bpp != 24) converted = FreeImage_ConvertTo24Bits(image.dib);
-      break;
-    case SaveDepthRule::None:
-      break;
-  }
-  if (converted) image.Replace(converted);
+  if (!row) return false;
+  if (row->writer == SaveWriter::DevIL) return SaveThroughDevIL(path, static_cast<unsigned>(row->flags));
 
+  if (FIBITMAP* converted = ApplySaveDepthRule(image.dib, row->depth)) image.Replace(converted);
   if (row->writer == SaveWriter::ColourReduction) {
-    // Stands in for the colour reduction component's GIF writer.
+    // Stands in for the colour reduction component's GIF writer: 8 bits,
+    // optimal palette, no dither.
     FIBITMAP* paletted = OptimalPaletteImage(image.dib);
     if (!paletted) return false;
     image.Replace(paletted);
@@ -199,18 +201,31 @@ SaveOutcome SaveCommand(SaveTarget& document) {
   const size_t dot = document.Tag.rfind('.');
   document.Tag = document.Tag.substr(0, dot + 1) + ext;
   document.Caption = GetFileNamePart(document.Tag);
+  document.StatusName = document.Caption;
   return SaveOutcome::Saved;
 }
 
+SaveDialogSettings SaveAsDialogSettings(const SaveTarget& document) {
+  SaveDialogSettings dialog;
+  dialog.Title = std::string(kSaveAsTitle);
+  dialog.Filter = std::string(kSaveAsFilter);
+  dialog.FileName = document.Caption;
+  dialog.InitialFolder.clear();
+  dialog.CancelError = true;
+  return dialog;
+}
+
 SaveOutcome SaveAsCommand(SaveTarget& document, const std::string& chosenName, const OpenDocumentTags& open,
-                          StartRecord& settings) {
+                          StartRecord& settings, std::string* dialogFolder) {
   if (chosenName.empty()) return SaveOutcome::Failed;
   const std::string ext = LowerCaseExtension(GetExtensionName(chosenName));
   if (document.picture) SaveDocumentPicture(*document.picture, chosenName, ext);
   document.Modified = false;
   document.Tag = MakeUniqueDocumentName(open, chosenName);
   document.Caption = GetFileNamePart(document.Tag);
-  settings.SaveFolder.Set(GetFolderPart(chosenName));
+  const std::string folder = GetFolderPart(chosenName);
+  if (dialogFolder) *dialogFolder = folder;
+  settings.SaveFolder.Set(folder);
   return SaveOutcome::Saved;
 }
 

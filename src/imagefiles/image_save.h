@@ -21,7 +21,8 @@
 //  - "psd", "sgi", "bw", "rgb", "rgba", "raw" and "pcx" go to
 //    SaveThroughDevIL, which writes the optimized copy of the document (the
 //    file GetOptimizedTempName()), not the picture. Its result is not
-//    checked.
+//    checked. The picture is still made into a decoder image first, as for
+//    every row: an empty picture stops the save before DevIL is reached.
 //  - An extension in no row writes nothing. No function here shows a message
 //    or throws. The result tells whether a writer reported success, for
 //    callers that want to know (the commands do not look at it).
@@ -37,6 +38,8 @@
 #include "document/dib_section.h"
 #include "imagefiles/load_bitmap.h"
 #include "shell/start_record.h"
+
+struct FIBITMAP;
 
 namespace kelvane {
 
@@ -69,6 +72,10 @@ struct SaveFormatRow {
 const std::vector<SaveFormatRow>& SaveFormatTable();
 // The row holding the extension (any case), or null.
 const SaveFormatRow* SaveFormatFor(std::string_view extension);
+
+// The depth rule of a row on a decoder image: the converted image (the
+// caller's to unload), or null when the rule keeps the image as it is.
+FIBITMAP* ApplySaveDepthRule(FIBITMAP* dib, SaveDepthRule rule);
 
 bool SaveImageFile(const cDIBSection& picture, const std::filesystem::path& path, std::string_view extension);
 
@@ -103,20 +110,37 @@ struct SaveTarget {
   std::string Tag;
   std::string Caption;
   bool Modified = false;
+  std::string StatusName;  // the panel "Name" of the status bar sbInfo
+};
+
+// The common dialog as "SAVEAS" sets it up before showing it.
+struct SaveDialogSettings {
+  std::string Title;
+  std::string Filter;
+  std::string FileName;
+  std::string InitialFolder;
+  bool CancelError = true;
 };
 
 enum class SaveOutcome { Saved, NeedsSaveAs, Failed };
 
 // "SAVE": with an in-place extension, save(Tag, ext), clear Modified, Tag
 // becomes Tag up to and including its last "." followed by the lower-cased
-// extension, Caption its file name part. Otherwise NeedsSaveAs and nothing
-// changes.
+// extension, Caption and StatusName its file name part. Otherwise
+// NeedsSaveAs and nothing changes.
 SaveOutcome SaveCommand(SaveTarget& document);
+
+// "SAVEAS" before the dialog: title "Save as", the save filter, the file
+// name preset to the document's caption, cancel raising its error, and an
+// empty initial folder.
+SaveDialogSettings SaveAsDialogSettings(const SaveTarget& document);
 
 // "SAVEAS" after the dialog returned `chosenName`: save(name, ext), clear
 // Modified, Tag = MakeUniqueDocumentName(name), Caption its file name part,
-// and the folder of the name into settings.SaveFolder.
+// and the folder of the name (up to and including its last '/') into
+// settings.SaveFolder and, when given, into *dialogFolder (the dialog's
+// initial folder for the next time).
 SaveOutcome SaveAsCommand(SaveTarget& document, const std::string& chosenName, const OpenDocumentTags& open,
-                          StartRecord& settings);
+                          StartRecord& settings, std::string* dialogFolder = nullptr);
 
 }  // namespace kelvane

@@ -1,5 +1,10 @@
 #include "imagefiles/picture_io.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
 #include <fstream>
 
 #include "imagefiles/image_load.h"
@@ -29,12 +34,17 @@ bool CheckReadable(const std::filesystem::path& path, const std::string& prefix,
     error = prefix + "it is a folder, not a file";
     return false;
   }
+  // A pipe, socket or device would block the open or never end.
+  if (!std::filesystem::is_regular_file(status)) {
+    error = prefix + "it is not a regular file";
+    return false;
+  }
   std::ifstream probe(path, std::ios::binary);
   if (!probe) {
     error = prefix + "the file cannot be opened for reading";
     return false;
   }
-  if (std::filesystem::is_regular_file(status) && std::filesystem::file_size(path, ec) == 0 && !ec) {
+  if (std::filesystem::file_size(path, ec) == 0 && !ec) {
     error = prefix + "the file is empty";
     return false;
   }
@@ -49,6 +59,24 @@ bool CheckReadable(const std::filesystem::path& path, const std::string& prefix,
     return false;
   }
   return true;
+}
+
+// A new, empty file beside `path` that no one else uses: "<name>.<n>.part".
+// Created here (exclusively, with the usual permissions) so that a user's
+// own file of that name is never overwritten or removed.
+bool MakeSiblingTempFile(const std::filesystem::path& path, std::filesystem::path& temp) {
+  static std::atomic<unsigned> counter{0};
+  for (int attempt = 0; attempt < 100; ++attempt) {
+    temp = path;
+    temp += "." + std::to_string(::getpid()) + "-" + std::to_string(counter++) + ".part";
+    const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (fd >= 0) {
+      ::close(fd);
+      return true;
+    }
+    if (errno != EEXIST) return false;
+  }
+  return false;
 }
 
 std::string DecodeFailure(const std::filesystem::path& path) {
@@ -123,16 +151,19 @@ bool SavePictureFile(const std::filesystem::path& path, const Bits& picture, std
     return false;
   }
 
-  std::filesystem::path temp = path;
-  temp += ".part";
+  std::filesystem::path temp;
+  if (!MakeSiblingTempFile(path, temp)) {
+    error = prefix + "no file can be made in the folder " + Quoted(folder);
+    return false;
+  }
   bool written = false;
   {
     TempFolderLock lock;  // the optimized copy must not change before DevIL reads it
     if (row->writer == SaveWriter::DevIL && !WriteOptimizedCopy(picture)) {
+      std::filesystem::remove(temp, ec);
       error = prefix + "the optimized copy " + Quoted(GetOptimizedTempName()) + " could not be written";
       return false;
     }
-    std::filesystem::remove(temp, ec);
     written = SaveDocumentPicture(picture, temp, ext);
   }
   // DevIL's writers are not checked by the save: look at what arrived.

@@ -15,15 +15,17 @@
 //    of the extension). For the formats written through DevIL ("psd", "sgi",
 //    "bw", "rgb", "rgba", "raw", "pcx") the picture first becomes the
 //    document's optimized copy, as every change of a document refreshes it,
-//    so the file carries exactly the picture. The bytes go to a temporary
-//    sibling "<name>.part" that is renamed over the target, so a failed save
-//    leaves no partial file and an existing file untouched.
+//    so the file carries exactly the picture. The bytes go to a new
+//    temporary sibling "<name>.<pid>-<n>.part" that is renamed over the
+//    target, so a failed save leaves no partial file, an existing file
+//    untouched, and no other file of the folder touched.
 //  - ProbePictureFile opens the file the same way and reports its size and
 //    the bits per pixel FreeImage gave for the decoded file (LoadedDepth; for
 //    the platform road, the depth of the image its loader decoded).
 //  - All three return false with one line of text in `error` (the path
 //    quoted, then the reason) and never throw. Damaged, truncated, foreign and
-//    empty files, folders and unreadable files are refused this way.
+//    empty files, folders, unreadable files and anything that is not a
+//    regular file (a pipe, a device) are refused this way.
 #pragma once
 
 #include <filesystem>

@@ -108,7 +108,9 @@ size_t LoadList(PictureListDialog& dialog, BasketList& list, const MessageSink& 
   try {
     ByteVector bytes;
     std::error_code ec;
-    if (std::filesystem::is_directory(dialog.FileName, ec) || !ReadWholeFile(dialog.FileName, bytes)) return 0;
+    // Only a regular file is read: a folder fails, a pipe or device would
+    // block or never end.
+    if (!std::filesystem::is_regular_file(dialog.FileName, ec) || !ReadWholeFile(dialog.FileName, bytes)) return 0;
     for (const std::string& path : ReadRecords(bytes)) {
       if (FileExists(path)) {
         list.AddFile(path);

@@ -12,7 +12,8 @@
 //  - LoadList refuses a file whose extension is not "kipl" (any case) before
 //    opening it, adds one basket entry per record whose trimmed path names an
 //    existing file, counts the others as lost and reports them once. A read
-//    error ends the load quietly with the entries added so far. Duplicates are
+//    error, or a chosen name that is not a regular file (a folder, a pipe),
+//    ends the load quietly with the entries added so far. Duplicates are
 //    added as they come: the caller decides what to do with them.
 //  - No windows: the common dialog and the message box are reached through
 //    PictureListDialog and MessageSink. Nothing throws.

@@ -64,6 +64,72 @@ TEST(FileDialogFilters, SaveFilters) {
   EXPECT_EQ(kSaveLayeredDefaultExtension, "*.klf");
 }
 
+// The four texts word for word, joined from pieces so that every character
+// (blanks, commas, the trailing ";" after "*.jpeg") is pinned.
+TEST(FileDialogFilters, TextsWordForWord) {
+  const std::string open =
+      "All Supported Picture Formats|"
+      "*.klf;*.psp;*.pic;*.pix;*.pxr;*.xpm;*.raw;*.dcx;*.dds;*.lif;*.wal;*.mdl;*.lmp;*.sgi;*.bw;*.rgb,*.rgba;*.bmp;*.pdd;*.vda;*.icb;*.vst;*.rle;*.jpe;*.wbmp;*.dib;*.wmf;*.emf;*.gif;*.jpg;*.jpeg;*.png;*.pcx;*.pbm;*.pgm;*.ppm;*.ico;*.psd;*.jng;*.mng;*.tif;*.koa;*.pcd;*.ras;*.sun;*.tga;*.cut;*.iff;*.lbm|"
+      "Kelvane Layers Format (*.KLF)|*.klf|Bitmap Files (*.BMP;*.DIB;*.RLE)|*.bmp;*.dib;*.rle|"
+      "Meta Files (*.WMF;*.EMF)|*.wmf;*.emf|Graphical Interface Format(*.GIF)|*.gif|"
+      "JPEG Group (*.JPG;*.JPE;*.JPEG)|*.jpg;*.jpe;*.jpeg|Portable Network Graphics (*.PNG)|*.png|"
+      "Zsoft Paintbrush Files (*.PCX, *.DCX)|*.pcx;*.dcx|Wireless Bitmap (*.WBMP)|*.wbmp|"
+      "Portable Bitmap (*.PBM)|*.pbm|Portable Graymap (*.PGM)|*.pgm|Portable Pixelmap (*.PPM)|*.ppm|"
+      "Photoshop (*.PSD;*.PDD)|*.psd;*.pdd|JPEG Network Graphics (*.JNG)|*.jng|"
+      "Multiple Network Graphics (*.MNG)|*.mng|Tagged Image File Format (*.TIF;*.TIFF)|*.tif;*.tiff|"
+      "Commodore 64 Koala format (*.KOA)| *.koa|Kodak PhotoCD (*.PCD)|*.pcd|Sun Rasterfile (*.RAS;*.SUN)|"
+      "*.ras;*.sun|Targa files (*.TGA;*.VDA;*.ICB;*.VST)|*.tga;*.vda;*.icb;*.vst|Dr.Halo bitmap (*.CUT)|"
+      "*.cut|Interchanged File Format (*.IFF)|*.iff|Deluxe Paint package (*.LBM)|*.lbm|"
+      "DirectDraw Surface (*.DDS)|*.dds|Homeworld File (*.LIF)|*.lif|Doom Walls / Flats (*.LMP)|*.lmp|"
+      "Half-Life Model (*.MDL)|*.mdl|PIC (*.PIC)|*.pic|Alias  PIX (*.PIX)|*.pix|Pixar (*.PXR)|*.pxr|"
+      "Silicon Graphics (*.SGI, *.BW, *.RGB, *.RGBA)|*.sgi;*.bw;*.rgb;*.rgba|Quake2 Texture (*.WAL)|*.wal|"
+      "X Pixel Map (XPM)|*.xpm|Paint Shop Pro (*.PSP)|*.psp|Raw Data (*.RAW)|*.raw";
+  const std::string openImage =
+      "All Supported Picture Formats|"
+      "*.psp;*.pic;*.pix;*.pxr;*.xpm;*.raw;*.dcx;*.dds;*.lif;*.wal;*.mdl;*.lmp;*.sgi;*.bw;*.rgb,*.rgba;*.bmp;*.pdd;*.vda;*.icb;*.vst;*.rle;*.jpe;*.wbmp;*.dib;*.wmf;*.emf;*.gif;*.jpg;*.jpeg;*.png;*.pcx;*.pbm;*.pgm;*.ppm;*.psd;*.jng;*.mng;*.tif;*.koa;*.pcd;*.ras;*.sun;*.tga;*.cut;*.iff;*.lbm|"
+      "Bitmap Files (*.BMP;*.DIB;*.RLE)|*.bmp;*.dib;*.rle|Meta Files (*.WMF;*.EMF)|*.wmf;*.emf|"
+      "Graphical Interface Format(*.GIF)|*.gif|JPEG Group (*.JPG;*.JPE;*.JPEG)|*.jpg;*.jpe;*.jpeg|"
+      "Portable Network Graphics (*.PNG)|*.png|Zsoft Paintbrush Files (*.PCX, *.DCX)|*.pcx;*.dcx|"
+      "Wireless Bitmap (*.WBMP)|*.wbmp|Portable Bitmap (*.PBM)|*.pbm|Portable Graymap (*.PGM)|*.pgm|"
+      "Portable Pixelmap (*.PPM)|*.ppm|Photoshop (*.PSD;*.PDD)|*.psd;*.pdd|JPEG Network Graphics (*.JNG)|"
+      "*.jng|Multiple Network Graphics (*.MNG)|*.mng|Tagged Image File Format (*.TIF;*.TIFF)|*.tif;*.tiff|"
+      "Commodore 64 Koala format (*.KOA)| *.koa|Kodak PhotoCD (*.PCD)|*.pcd|Sun Rasterfile (*.RAS;*.SUN)|"
+      "*.ras;*.sun|Targa files (*.TGA;*.VDA;*.ICB;*.VST)|*.tga;*.vda;*.icb;*.vst|Dr.Halo bitmap (*.CUT)|"
+      "*.cut|Interchanged File Format (*.IFF)|*.iff|Deluxe Paint package (*.LBM)|*.lbm|"
+      "DirectDraw Surface (*.DDS)|*.dds|Homeworld File (*.LIF)|*.lif|Doom Walls / Flats (*.LMP)|*.lmp|"
+      "Half-Life Model (*.MDL)|*.mdl|PIC (*.PIC)|*.pic|Alias  PIX (*.PIX)|*.pix|Pixar (*.PXR)|*.pxr|"
+      "Silicon Graphics (*.SGI, *.BW, *.RGB, *.RGBA)|*.sgi;*.bw;*.rgb;*.rgba|Quake2 Texture (*.WAL)|*.wal|"
+      "X Pixel Map (*.XPM)|*.xpm|Paint Shop Pro (*.PSP)|*.psp|Raw Data (*.RAW)|*.raw";
+  const std::string saveAs =
+      "All Supported graphic formats |"
+      "*.bmp;*.dib;*.rle;*.gif;*.jpg;*.jpeg;*.jpe;*.jif;*.png;*.tga;*.vst;*.vda;*.icb;*.pcx;*.tif;*.pbm;*.pgm;*.ppm;*.psd;*.raw;*.sgi;*.bw;*.rgb;*.rgba|"
+      "Windows Bitmap Files (*.bmp)|*.bmp|Graphical Interface Format (*.GIF)|*.gif|"
+      "Independent JPEG Group (*.JPG;*.JPEG)|*.jpg;*.jpeg;|Portable Network Graphics (*.PNG)|*.png|"
+      "Targa files (*.TGA;*.VDA;*.VST;*.ICB)|*.tga;*.vda;*.vst;*.icb|Zsoft Paintbrush (*.PCX)|*.pcx|"
+      "Tagged Image File Format (*.TIF;*.TIFF)|*.tif;*.tiff|Portable Bitmap(*.PBM)|*.pbm|"
+      "Portable Graymap(*.PGM)|*.pgm|Portable Pixelmap(*.PPM)|*.ppm|PhotoShop (PSD)|*.psd|"
+      "Silicon Graphics (SGI,BW,RGB,RGBA)|*.sgi;*.bw;*.rgb;*.rgba|Raw Data (RAW)|*.raw";
+  const std::string saveLayered =
+      "All Supported graphic formats |"
+      "*.klf;*.bmp;*.gif;*.jpg;*.jpeg;*.jpe;*.png;*.tga;*.vst;*.vda;*.icb;*.pcx;*.tif;*.tiff;*.pbm;*.pgm;*.ppm;*.psd;*.sgi;*.bw;*.rgb;*.rgba|"
+      "Kelvane Layers Format (*.KLF)|*.klf|Windows Bitmap Files (*.BMP)|*.bmp|"
+      "Graphical Interface Format (*.GIF)|*.gif|Independent JPEG Group (*.JPG;*.JPEG)|*.jpg;*.jpeg;|"
+      "Portable Network Graphics (*.PNG)|*.png|Targa files (*.TGA;*.VDA;*.VST;*.ICB)|"
+      "*.tga;*.vda;*.vst;*.icb|Zsoft Paintbrush (*.PCX)|*.pcx|Tagged Image File Format (*.TIF;*.TIFF)|"
+      "*.tif;*.tiff|Portable Bitmap(*.PBM)|*.pbm|Portable Graymap(*.PGM)|*.pgm|Portable Pixelmap(*.PPM)|"
+      "*.ppm|PhotoShop (PSD)|*.psd|Silicon Graphics (SGI,BW,RGB,RGBA)|*.sgi;*.bw;*.rgb;*.rgba";
+  EXPECT_EQ(std::string(kOpenFilter), open);
+  EXPECT_EQ(std::string(kOpenImageFilter), openImage);
+  EXPECT_EQ(std::string(kSaveAsFilter), saveAs);
+  EXPECT_EQ(std::string(kSaveLayeredFilter), saveLayered);
+  EXPECT_EQ(kOpenTitle, "Kelvane");
+  EXPECT_EQ(kOpenImageTitle, "Open Image as Layer");
+  EXPECT_EQ(kSaveAsTitle, "Save as");
+  EXPECT_EQ(kSaveOptimizedAsTitle, "Save Optimized as");
+  EXPECT_EQ(kSaveLayeredTitle, "Save Layered Image as");
+  EXPECT_EQ(kDialogCancelled, 32755);
+}
+
 TEST(FileDialogFilters, SplitFilterKeepsEveryCharacter) {
   const auto entries = SplitFilter("A |*.a;| B|*.b");
   ASSERT_EQ(entries.size(), 2u);

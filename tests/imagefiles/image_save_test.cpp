@@ -6,11 +6,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <random>
 #include <set>
 
 #include "image_load_test_support.h"
+#include "imagefiles/file_dialog_filters.h"
 #include "imagefiles/image_load.h"
 #include "imagefiles/load_bitmap.h"
 
@@ -176,6 +179,77 @@ TEST(SaveImageFile, PnmNamesTakeTheDepthOfTheirRow) {
   }
 }
 
+// A FreeImage image of the given depth, every byte of its lines set to v.
+FIBITMAP* Filled(unsigned bpp, uint8_t v) {
+  FIBITMAP* dib = FreeImage_Allocate(4, 3, static_cast<int>(bpp));
+  for (int y = 0; y < 3; ++y) std::memset(FreeImage_GetScanLine(dib, y), v, FreeImage_GetLine(dib));
+  return dib;
+}
+
+TEST(SaveImageFile, DepthRulesOfThePnmRows) {
+  struct Case {
+    SaveDepthRule rule;
+    unsigned from;
+    unsigned to;  // 0: kept as it is
+  };
+  // "pbm": anything but 1 bit to 8; "pgm": anything but 8 to 8; "ppm":
+  // anything but 24 to 24; the other rows keep every depth.
+  const Case cases[] = {
+      {SaveDepthRule::To8BitsUnless1, 1, 0},    {SaveDepthRule::To8BitsUnless1, 8, 8},
+      {SaveDepthRule::To8BitsUnless1, 24, 8},   {SaveDepthRule::To8BitsUnless1, 32, 8},
+      {SaveDepthRule::To8BitsUnless8, 8, 0},    {SaveDepthRule::To8BitsUnless8, 1, 8},
+      {SaveDepthRule::To8BitsUnless8, 24, 8},   {SaveDepthRule::To24BitsUnless24, 24, 0},
+      {SaveDepthRule::To24BitsUnless24, 8, 24}, {SaveDepthRule::To24BitsUnless24, 32, 24},
+      {SaveDepthRule::To24BitsUnless24, 1, 24}, {SaveDepthRule::None, 8, 0},
+      {SaveDepthRule::None, 24, 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(testing::Message() << static_cast<int>(c.rule) << " from " << c.from);
+    FIBITMAP* dib = Filled(c.from, 0);
+    FIBITMAP* converted = ApplySaveDepthRule(dib, c.rule);
+    if (c.to == 0) {
+      EXPECT_EQ(converted, nullptr);
+    } else {
+      ASSERT_NE(converted, nullptr);
+      EXPECT_NE(converted, dib);
+      EXPECT_EQ(FreeImage_GetBPP(converted), c.to);
+      FreeImage_Unload(converted);
+    }
+    FreeImage_Unload(dib);
+  }
+  EXPECT_EQ(ApplySaveDepthRule(nullptr, SaveDepthRule::To8BitsUnless1), nullptr);
+
+  // A kept 1-bit image goes to the PNM writer as a bitmap: "P4", rows of
+  // whole bytes, 4 pixels in the high bits of one byte.
+  test::TempDir dir;
+  FIBITMAP* bits1 = Filled(1, 0);
+  ASSERT_EQ(ApplySaveDepthRule(bits1, SaveDepthRule::To8BitsUnless1), nullptr);
+  ASSERT_TRUE(FreeImage_Save(FIF_PPM, bits1, (dir / "one.pbm").c_str(), 0));
+  FreeImage_Unload(bits1);
+  const ByteVector pbm = FileBytes(dir / "one.pbm");
+  ASSERT_GE(pbm.size(), 7u);
+  EXPECT_EQ(std::string(pbm.begin(), pbm.begin() + 7), "P4\n4 3\n");
+  EXPECT_EQ(pbm.size(), 7u + 3);
+}
+
+TEST(SaveImageFile, AnEmptyPictureStopsEveryRowTheDevILRowsIncluded) {
+  test::PrivateTempFolder temp;
+  test::TempDir dir;
+  // The optimized copy is there, so only the failed decoder image stops the
+  // DevIL rows.
+  ASSERT_TRUE(WriteOptimizedCopy(RandomPicture(5, 5, 8)));
+  cDIBSection empty;
+  for (const char* name : {"a.psd", "a.sgi", "a.raw", "a.pcx", "a.gif", "a.png", "a.pbm", "a.tga"}) {
+    EXPECT_FALSE(SaveImageFile(empty, dir / name, test::ExtensionOfName(name))) << name;
+    EXPECT_FALSE(std::filesystem::exists(dir / name)) << name;
+  }
+  // With a picture the same DevIL row writes.
+  cDIBSection iSrc;
+  ASSERT_TRUE(iSrc.CreateFromBits(RandomPicture(5, 5, 9)));
+  EXPECT_TRUE(SaveImageFile(iSrc, dir / "a.psd", "psd"));
+  EXPECT_TRUE(std::filesystem::exists(dir / "a.psd"));
+}
+
 TEST(SaveImageFile, JpegIsAlwaysSuperbQuality) {
   test::TempDir dir;
   const Bits picture = RandomPicture(16, 16, 3);
@@ -222,6 +296,43 @@ TEST(SaveImageFile, GifKeepsUpTo256ColoursExactly) {
   for (int y = 0; y < 32; ++y)
     for (int x = 0; x < 32; ++x) colours.insert(back.At(0, x, y) | back.At(1, x, y) << 8 | back.At(2, x, y) << 16);
   EXPECT_LE(colours.size(), 256u);
+}
+
+TEST(SaveImageFile, GifOfManyColoursGetsAnOptimalPalette) {
+  // A smooth picture of 64 * 64 = 4096 colours: an optimal palette of 256
+  // keeps every pixel close; a fixed or truncated one would not.
+  test::TempDir dir;
+  Bits picture(64, 64);
+  for (int y = 0; y < 64; ++y)
+    for (int x = 0; x < 64; ++x) {
+      picture.At(0, x, y) = static_cast<uint8_t>(100 + x);
+      picture.At(1, x, y) = static_cast<uint8_t>(4 * y);
+      picture.At(2, x, y) = static_cast<uint8_t>(2 * x + y);
+    }
+  cDIBSection iSrc;
+  ASSERT_TRUE(iSrc.CreateFromBits(picture));
+  ASSERT_TRUE(SaveImageFile(iSrc, dir / "smooth.gif", "GIF"));
+  const ByteVector gif = FileBytes(dir / "smooth.gif");
+  ASSERT_GE(gif.size(), 13u);
+  EXPECT_EQ(std::string(gif.begin(), gif.begin() + 6), "GIF89a");
+  const Bits back = ReadWithFreeImage(dir / "smooth.gif", FIF_GIF);
+  ASSERT_TRUE(back.SameShape(picture));
+  long total = 0;
+  int worst = 0;
+  std::set<uint32_t> colours;
+  for (int y = 0; y < 64; ++y)
+    for (int x = 0; x < 64; ++x) {
+      for (int c = 0; c < 3; ++c) {
+        const int d = std::abs(back.At(c, x, y) - picture.At(c, x, y));
+        total += d;
+        worst = std::max(worst, d);
+      }
+      colours.insert(back.At(0, x, y) | back.At(1, x, y) << 8 | back.At(2, x, y) << 16);
+    }
+  EXPECT_LE(colours.size(), 256u);
+  EXPECT_GT(colours.size(), 128u) << "the palette is used";
+  EXPECT_LT(static_cast<double>(total) / (64 * 64 * 3), 4.0);
+  EXPECT_LE(worst, 24);
 }
 
 TEST(SaveImageFile, UnknownExtensionsWriteNothing) {
@@ -360,6 +471,7 @@ TEST(SaveCommands, SaveWritesInPlaceOnlyForItsSevenExtensions) {
   EXPECT_FALSE(document.Modified);
   EXPECT_EQ(document.Tag, (dir / "Shot.bmp").string());  // the extension is lower-cased
   EXPECT_EQ(document.Caption, "Shot.bmp");
+  EXPECT_EQ(document.StatusName, "Shot.bmp");
 
   for (const std::string& name : {std::string("a.psd"), std::string("a.jpeg"), std::string("Untitled")}) {
     SaveTarget other{&picture, (dir / name).string(), name, true};
@@ -384,10 +496,62 @@ TEST(SaveCommands, SaveAsNamesTheDocumentAndRemembersTheFolder) {
   EXPECT_EQ(document.Caption, "b.psd[" + std::to_string(before + 1) + "]");
   EXPECT_FALSE(document.Modified);
   EXPECT_EQ(settings.SaveFolder.Get(), dir.path().string() + "/");
+  EXPECT_EQ(document.StatusName, "") << "SAVEAS leaves the status panel alone";
   // "SAVEAS" to a .psd writes through DevIL.
   const ByteVector psd = FileBytes(chosen);
   ASSERT_GE(psd.size(), 4u);
   EXPECT_EQ(std::string(psd.begin(), psd.begin() + 4), "8BPS");
+}
+
+TEST(SaveCommands, SaveAsDialogAndFolderAfterwards) {
+  test::TempDir dir;
+  const Bits picture = RandomPicture(3, 3, 4);
+  SaveTarget document{&picture, "/pictures/New.bmp", "New.bmp", true};
+  const SaveDialogSettings dialog = SaveAsDialogSettings(document);
+  EXPECT_EQ(dialog.Title, "Save as");
+  EXPECT_EQ(dialog.Filter, kSaveAsFilter);
+  EXPECT_EQ(dialog.FileName, "New.bmp");
+  EXPECT_EQ(dialog.InitialFolder, "");
+  EXPECT_TRUE(dialog.CancelError);
+
+  // The chosen name decides the format by its own extension; the folder of
+  // the name goes to the dialog and to the settings.
+  StartRecord settings{};
+  std::string folder = "unchanged";
+  const std::string chosen = (dir / "Copy.PNG").string();
+  EXPECT_EQ(SaveAsCommand(document, chosen, {}, settings, &folder), SaveOutcome::Saved);
+  EXPECT_EQ(folder, dir.path().string() + "/");
+  EXPECT_EQ(settings.SaveFolder.Get(), folder);
+  EXPECT_EQ(document.Tag, chosen);
+  EXPECT_EQ(document.Caption, "Copy.PNG");
+  const ByteVector png = FileBytes(chosen);
+  ASSERT_GE(png.size(), 8u);
+  EXPECT_EQ(png[1], 'P');
+  EXPECT_EQ(png[2], 'N');
+  EXPECT_EQ(png[3], 'G');
+
+  // A document without a picture writes nothing, yet takes the new name.
+  SaveTarget blank{nullptr, "Untitled", "Untitled", true};
+  const std::string other = (dir / "none.bmp").string();
+  EXPECT_EQ(SaveAsCommand(blank, other, {}, settings), SaveOutcome::Saved);
+  EXPECT_FALSE(std::filesystem::exists(other));
+  EXPECT_EQ(blank.Tag, other);
+  EXPECT_FALSE(blank.Modified);
+}
+
+TEST(SaveCommands, SaveOfAGifDocumentGoesThroughTheColourReduction) {
+  test::TempDir dir;
+  const Bits picture = FewColourPicture(12, 9, 40);
+  SaveTarget document{&picture, (dir / "a.gif").string(), "a.gif", true};
+  ASSERT_EQ(SaveCommand(document), SaveOutcome::Saved);
+  const ByteVector gif = FileBytes(dir / "a.gif");
+  ASSERT_GE(gif.size(), 13u);
+  EXPECT_EQ(std::string(gif.begin(), gif.begin() + 3), "GIF");
+  EXPECT_EQ(CountMismatches(ReadWithFreeImage(dir / "a.gif", FIF_GIF), picture), 0);
+  // "jpeg" and "tiff" are known to the writer table, not to "SAVE".
+  SaveTarget jpeg{&picture, (dir / "b.jpeg").string(), "b.jpeg", true};
+  EXPECT_EQ(SaveCommand(jpeg), SaveOutcome::NeedsSaveAs);
+  EXPECT_FALSE(std::filesystem::exists(dir / "b.jpeg"));
 }
 
 }  // namespace

@@ -1,10 +1,14 @@
 #include "imagefiles/picture_io.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <functional>
 #include <fstream>
 #include <map>
 #include <random>
@@ -12,6 +16,7 @@
 #include <sstream>
 
 #include "base/byte_io.h"
+#include "image_load_test_support.h"
 #include "test_support.h"
 
 namespace kelvane {
@@ -180,7 +185,6 @@ TEST(PictureFiles, LosslessRoundTrips) {
     SCOPED_TRACE(name);
     std::string error;
     ASSERT_TRUE(SavePictureFile(dir / name, picture, error)) << error;
-    EXPECT_FALSE(std::filesystem::exists(dir / (std::string(name) + ".part")));
     Bits back;
     ASSERT_TRUE(LoadPictureFile(dir / name, back, error)) << error;
     ASSERT_EQ(back.Width(), 13);
@@ -196,6 +200,8 @@ TEST(PictureFiles, LosslessRoundTrips) {
     ASSERT_TRUE(ProbePictureFile(dir / name, w, h, bpp, error)) << error;
     EXPECT_EQ(bpp, 24);
   }
+  // Only the sixteen files: no scratch file is left beside them.
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), std::filesystem::directory_iterator()), 16);
 }
 
 TEST(PictureFiles, JpegSaveIsCloseAtHighQuality) {
@@ -320,6 +326,77 @@ TEST(PictureFiles, FailedSaveLeavesNoFile) {
   EXPECT_FALSE(std::filesystem::exists(dir / "taken.bmp.part"));
 }
 
+// Runs `work` in a child with a 20-second alarm: 1 when it returned true,
+// 0 when false, -1 when it crashed or hung.
+int InChildWithAlarm(const std::function<bool()>& work) {
+  const pid_t pid = ::fork();
+  if (pid == 0) {
+    ::alarm(20);
+    ::_exit(work() ? 1 : 0);
+  }
+  int status = 0;
+  ::waitpid(pid, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST(PictureFiles, PipesAndDevicesAreRefusedWithoutBlocking) {
+  test::TempDir dir;
+  const auto fifo = dir / "pipe.png";
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  for (const std::filesystem::path& path : {fifo, std::filesystem::path("/dev/zero")}) {
+    SCOPED_TRACE(path.string());
+    EXPECT_EQ(InChildWithAlarm([&] {
+                Bits out;
+                std::string error;
+                return !LoadPictureFile(path, out, error) && error.find("not a regular file") != std::string::npos;
+              }),
+              1);
+    EXPECT_EQ(InChildWithAlarm([&] {
+                int w = 0, h = 0, bpp = 0;
+                std::string error;
+                return !ProbePictureFile(path, w, h, bpp, error) && !error.empty();
+              }),
+              1);
+  }
+}
+
+TEST(PictureFiles, UnreadableFileIsRefused) {
+  if (::geteuid() == 0) GTEST_SKIP() << "the superuser reads every file";
+  test::TempDir dir;
+  std::string error;
+  ASSERT_TRUE(SavePictureFile(dir / "locked.png", RandomPicture(3, 3, 2), error)) << error;
+  std::filesystem::permissions(dir / "locked.png", std::filesystem::perms::none);
+  Bits out;
+  EXPECT_FALSE(LoadPictureFile(dir / "locked.png", out, error));
+  EXPECT_NE(error.find("cannot be opened for reading"), std::string::npos) << error;
+  std::filesystem::permissions(dir / "locked.png", std::filesystem::perms::owner_all);
+}
+
+TEST(PictureFiles, SavingLeavesOtherFilesOfTheFolderAlone) {
+  // A user's own "<name>.part" file is neither used nor removed, on success
+  // and on failure, and no scratch file stays behind.
+  test::TempDir dir;
+  const ByteVector mine = {'m', 'i', 'n', 'e'};
+  ASSERT_TRUE(WriteFileAtomically(dir / "out.png.part", mine));
+  ASSERT_TRUE(WriteFileAtomically(dir / "out.psd.part", mine));
+  const Bits picture = RandomPicture(5, 4, 3);
+  std::string error;
+  ASSERT_TRUE(SavePictureFile(dir / "out.png", picture, error)) << error;
+  ASSERT_TRUE(SavePictureFile(dir / "out.psd", picture, error)) << error;
+  EXPECT_FALSE(SavePictureFile(dir / "out.bmp", Bits(), error));
+  std::filesystem::create_directory(dir / "taken.tga");
+  EXPECT_FALSE(SavePictureFile(dir / "taken.tga", picture, error));
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(dir.path())) names.push_back(entry.path().filename());
+  std::sort(names.begin(), names.end());
+  EXPECT_EQ(names, (std::vector<std::string>{"out.png", "out.png.part", "out.psd", "out.psd.part", "taken.tga"}));
+  for (const char* name : {"out.png.part", "out.psd.part"}) {
+    ByteVector kept;
+    ASSERT_TRUE(ReadWholeFile(dir / name, kept));
+    EXPECT_EQ(kept, mine) << name;
+  }
+}
+
 // kelvane-cli convert takes the same roads: any input the loading roads
 // open, any output the writer table knows.
 TEST(CliConvert, ConvertsBetweenTheRoads) {
@@ -376,6 +453,64 @@ TEST(CliConvert, BadInputIsOneLineAndNonZero) {
   }
   EXPECT_FALSE(std::filesystem::exists(out));
   EXPECT_FALSE(std::filesystem::exists(dir / "x.jpe"));
+}
+
+// Every sample through kelvane-cli info, and every third one through
+// convert: both agree with the library road on
+// which files open; the opened ones report their decoded size and convert to
+// a PNG holding the same picture; the others fail with one line and leave no
+// output.
+TEST(CliConvert, EverySampleThroughInfoAndConvert) {
+  test::TempDir dir;
+  int opened = 0;
+  int index = 0;
+  for (const std::string& name : test::SampleFiles()) {
+    SCOPED_TRACE(name);
+    const bool convertThis = index++ % 3 == 0;
+    const auto in = DataFile(name);
+    Bits picture;
+    std::string error;
+    const bool loads = LoadPictureFile(in, picture, error);
+    const auto info = test::RunCli({"info", in.string()});
+    ASSERT_EQ(info.exit_code == 0, loads) << info.err;
+    const auto out = dir / "out.png";
+    if (!convertThis) {
+      if (loads) {
+        EXPECT_NE(info.out.find("\nWidth: " + std::to_string(picture.Width()) + "\n"), std::string::npos) << info.out;
+        ++opened;
+      } else {
+        EXPECT_EQ(std::count(info.err.begin(), info.err.end(), '\n'), 1) << info.err;
+      }
+      continue;
+    }
+    const auto convert = test::RunCli({"convert", in.string(), out.string()});
+    ASSERT_EQ(convert.exit_code == 0, loads) << convert.err;
+    if (loads) {
+      ++opened;
+      EXPECT_NE(info.out.find("\nWidth: " + std::to_string(picture.Width()) + "\nHeight: " +
+                              std::to_string(picture.Height()) + "\n"),
+                std::string::npos)
+          << info.out;
+      if (const auto size = test::ManifestSize(name); size && name.find("wmf") == std::string::npos &&
+                                                      name.find("emf") == std::string::npos) {
+        EXPECT_EQ(picture.Width(), size->first);
+        EXPECT_EQ(picture.Height(), size->second);
+      }
+      Bits back;
+      ASSERT_TRUE(LoadPictureFile(out, back, error)) << error;
+      EXPECT_TRUE(back == picture);
+      std::filesystem::remove(out);
+    } else {
+      for (const auto* r : {&info, &convert}) {
+        EXPECT_NE(r->exit_code, 0);
+        EXPECT_TRUE(r->out.empty());
+        EXPECT_EQ(std::count(r->err.begin(), r->err.end(), '\n'), 1) << r->err;
+      }
+      EXPECT_FALSE(std::filesystem::exists(out));
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(dir.path()));
+  }
+  EXPECT_GE(opened, 75);
 }
 
 }  // namespace

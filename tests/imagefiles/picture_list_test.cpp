@@ -3,6 +3,9 @@
 #include "imagefiles/picture_list.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <random>
 
@@ -217,6 +220,24 @@ TEST(PictureListLoad, CancelMissingFileOrFolderEndQuietly) {
   EXPECT_EQ(LoadList(folder, list, messages.Sink()), 0u);
   EXPECT_TRUE(messages.seen.empty());
   EXPECT_TRUE(list.Empty());
+}
+
+TEST(PictureListLoad, APipeNamedLikeAListEndsQuietlyWithoutBlocking) {
+  TempDir dir;
+  ASSERT_EQ(::mkfifo((dir / "pipe.kipl").c_str(), 0600), 0);
+  const pid_t pid = ::fork();
+  if (pid == 0) {
+    ::alarm(20);
+    FakeDialog dialog(dir / "pipe.kipl");
+    BasketList list;
+    std::vector<MessageBoxText> seen;
+    const size_t added = LoadList(dialog, list, [&seen](const MessageBoxText& m) { seen.push_back(m); });
+    ::_exit(added == 0 && list.Empty() && seen.empty() ? 0 : 1);
+  }
+  int status = 0;
+  ::waitpid(pid, &status, 0);
+  ASSERT_TRUE(WIFEXITED(status)) << "the load hung or crashed";
+  EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
 TEST(PictureListLoad, GarbageAndTruncatedFilesNeverCrash) {
