@@ -1,6 +1,9 @@
 #include "base/byte_io.h"
 
+#include <atomic>
+#include <cerrno>
 #include <cstdio>
+#include <string>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -35,11 +38,30 @@ bool OverwriteFileStart(const std::filesystem::path& path, const ByteVector& byt
   return ::close(fd) == 0 && ok;
 }
 
+bool MakeSiblingTempFile(const std::filesystem::path& path, std::filesystem::path& temp) {
+  static std::atomic<unsigned> counter{0};
+  for (int attempt = 0; attempt < 100; ++attempt) {
+    temp = path;
+    temp += "." + std::to_string(::getpid()) + "-" + std::to_string(counter++) + ".part";
+    const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (fd >= 0) {
+      ::close(fd);
+      return true;
+    }
+    if (errno != EEXIST) return false;
+  }
+  return false;
+}
+
 bool WriteFileAtomically(const std::filesystem::path& path, const ByteVector& bytes) {
-  std::filesystem::path temp = path;
-  temp += ".part";
-  const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  if (fd < 0) return false;
+  std::filesystem::path temp;
+  if (!MakeSiblingTempFile(path, temp)) return false;
+  const int fd = ::open(temp.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
+  if (fd < 0) {
+    std::error_code ec;
+    std::filesystem::remove(temp, ec);
+    return false;
+  }
   bool ok = WriteAll(fd, bytes);
   ok = (::close(fd) == 0) && ok;
   std::error_code ec;

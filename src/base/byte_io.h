@@ -57,6 +57,11 @@ bool ReadWholeFile(const std::filesystem::path& path, ByteVector& out);
 // program's own small files).
 bool OverwriteFileStart(const std::filesystem::path& path, const ByteVector& bytes);
 
+// A new, empty file beside `path` that no one else uses: "<name>.<pid>-<n>.part".
+// Created exclusively, so that a user's own file of that name is never
+// overwritten or removed. False when none could be made.
+bool MakeSiblingTempFile(const std::filesystem::path& path, std::filesystem::path& temp);
+
 // Writes a whole new file through a temporary sibling and a rename, so that a
 // failed write never leaves a half-written file under the target name.
 bool WriteFileAtomically(const std::filesystem::path& path, const ByteVector& bytes);

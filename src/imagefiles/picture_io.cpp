@@ -1,12 +1,8 @@
 #include "imagefiles/picture_io.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <atomic>
-#include <cerrno>
 #include <fstream>
 
+#include "base/byte_io.h"
 #include "imagefiles/image_load.h"
 #include "imagefiles/image_save.h"
 #include "imagefiles/load_bitmap.h"
@@ -59,24 +55,6 @@ bool CheckReadable(const std::filesystem::path& path, const std::string& prefix,
     return false;
   }
   return true;
-}
-
-// A new, empty file beside `path` that no one else uses: "<name>.<n>.part".
-// Created here (exclusively, with the usual permissions) so that a user's
-// own file of that name is never overwritten or removed.
-bool MakeSiblingTempFile(const std::filesystem::path& path, std::filesystem::path& temp) {
-  static std::atomic<unsigned> counter{0};
-  for (int attempt = 0; attempt < 100; ++attempt) {
-    temp = path;
-    temp += "." + std::to_string(::getpid()) + "-" + std::to_string(counter++) + ".part";
-    const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (fd >= 0) {
-      ::close(fd);
-      return true;
-    }
-    if (errno != EEXIST) return false;
-  }
-  return false;
 }
 
 std::string DecodeFailure(const std::filesystem::path& path) {

@@ -465,7 +465,7 @@ TEST(SaveCommands, SaveWritesInPlaceOnlyForItsSevenExtensions) {
 
   test::TempDir dir;
   const Bits picture = RandomPicture(4, 4, 2);
-  SaveTarget document{&picture, (dir / "Shot.BMP").string(), "Shot.BMP", true};
+  SaveTarget document{&picture, (dir / "Shot.BMP").string(), "Shot.BMP", true, {}};
   EXPECT_EQ(SaveCommand(document), SaveOutcome::Saved);
   EXPECT_TRUE(std::filesystem::exists(dir / "Shot.BMP"));
   EXPECT_FALSE(document.Modified);
@@ -474,7 +474,7 @@ TEST(SaveCommands, SaveWritesInPlaceOnlyForItsSevenExtensions) {
   EXPECT_EQ(document.StatusName, "Shot.bmp");
 
   for (const std::string& name : {std::string("a.psd"), std::string("a.jpeg"), std::string("Untitled")}) {
-    SaveTarget other{&picture, (dir / name).string(), name, true};
+    SaveTarget other{&picture, (dir / name).string(), name, true, {}};
     EXPECT_EQ(SaveCommand(other), SaveOutcome::NeedsSaveAs) << name;
     EXPECT_TRUE(other.Modified);
     EXPECT_FALSE(std::filesystem::exists(dir / name));
@@ -488,7 +488,7 @@ TEST(SaveCommands, SaveAsNamesTheDocumentAndRemembersTheFolder) {
   StartRecord settings{};
   const std::string chosen = (dir / "b.psd").string();
   ASSERT_TRUE(WriteOptimizedCopy(picture));
-  SaveTarget document{&picture, "Untitled", "Untitled", true};
+  SaveTarget document{&picture, "Untitled", "Untitled", true, {}};
   const int32_t before = DuplicateCounter;
   // Another document already has the chosen path as its Tag.
   EXPECT_EQ(SaveAsCommand(document, chosen, {chosen}, settings), SaveOutcome::Saved);
@@ -506,7 +506,7 @@ TEST(SaveCommands, SaveAsNamesTheDocumentAndRemembersTheFolder) {
 TEST(SaveCommands, SaveAsDialogAndFolderAfterwards) {
   test::TempDir dir;
   const Bits picture = RandomPicture(3, 3, 4);
-  SaveTarget document{&picture, "/pictures/New.bmp", "New.bmp", true};
+  SaveTarget document{&picture, "/pictures/New.bmp", "New.bmp", true, {}};
   const SaveDialogSettings dialog = SaveAsDialogSettings(document);
   EXPECT_EQ(dialog.Title, "Save as");
   EXPECT_EQ(dialog.Filter, kSaveAsFilter);
@@ -531,7 +531,7 @@ TEST(SaveCommands, SaveAsDialogAndFolderAfterwards) {
   EXPECT_EQ(png[3], 'G');
 
   // A document without a picture writes nothing, yet takes the new name.
-  SaveTarget blank{nullptr, "Untitled", "Untitled", true};
+  SaveTarget blank{nullptr, "Untitled", "Untitled", true, {}};
   const std::string other = (dir / "none.bmp").string();
   EXPECT_EQ(SaveAsCommand(blank, other, {}, settings), SaveOutcome::Saved);
   EXPECT_FALSE(std::filesystem::exists(other));
@@ -542,14 +542,14 @@ TEST(SaveCommands, SaveAsDialogAndFolderAfterwards) {
 TEST(SaveCommands, SaveOfAGifDocumentGoesThroughTheColourReduction) {
   test::TempDir dir;
   const Bits picture = FewColourPicture(12, 9, 40);
-  SaveTarget document{&picture, (dir / "a.gif").string(), "a.gif", true};
+  SaveTarget document{&picture, (dir / "a.gif").string(), "a.gif", true, {}};
   ASSERT_EQ(SaveCommand(document), SaveOutcome::Saved);
   const ByteVector gif = FileBytes(dir / "a.gif");
   ASSERT_GE(gif.size(), 13u);
   EXPECT_EQ(std::string(gif.begin(), gif.begin() + 3), "GIF");
   EXPECT_EQ(CountMismatches(ReadWithFreeImage(dir / "a.gif", FIF_GIF), picture), 0);
   // "jpeg" and "tiff" are known to the writer table, not to "SAVE".
-  SaveTarget jpeg{&picture, (dir / "b.jpeg").string(), "b.jpeg", true};
+  SaveTarget jpeg{&picture, (dir / "b.jpeg").string(), "b.jpeg", true, {}};
   EXPECT_EQ(SaveCommand(jpeg), SaveOutcome::NeedsSaveAs);
   EXPECT_FALSE(std::filesystem::exists(dir / "b.jpeg"));
 }
