@@ -1,6 +1,5 @@
-// The settings record: layout and first-start bytes against offsets worked out
-// by hand from the field table, the file rules of loading and saving, and the
-// recent-files list.
+// The settings record: first-start bytes at offsets worked out by hand from
+// the field table, the file rules of loading and saving, and the recent list.
 #include "shell/start_record.h"
 
 #include <gtest/gtest.h>
@@ -29,16 +28,18 @@ using test::TempDir;
 //   4 x S256 6559 | i16 byte i16 6564 | 7 x i32 6592 | byte 6593.
 constexpr size_t kRecordBytes = 6593;
 
-void PutI16At(ByteVector& v, size_t at, int16_t x) {
-  v[at] = static_cast<uint8_t>(x & 0xFF);
-  v[at + 1] = static_cast<uint8_t>((static_cast<uint16_t>(x) >> 8) & 0xFF);
-}
-void PutI32At(ByteVector& v, size_t at, int32_t x) {
-  for (int i = 0; i < 4; ++i) v[at + i] = static_cast<uint8_t>((static_cast<uint32_t>(x) >> (8 * i)) & 0xFF);
-}
-void PutStringAt(ByteVector& v, size_t at, size_t width, const std::string& text) {
-  for (size_t i = 0; i < width; ++i) v[at + i] = static_cast<uint8_t>(i < text.size() ? text[i] : ' ');
-}
+// An expected file image, written little-endian at hand-worked offsets.
+struct Image {
+  ByteVector v = ByteVector(kRecordBytes, 0);
+  void I16(size_t at, int16_t x) { I(at, x, 2); }
+  void I32(size_t at, int32_t x) { I(at, x, 4); }
+  void I(size_t at, int32_t x, int n) {
+    for (int i = 0; i < n; ++i) v[at + i] = static_cast<uint8_t>(static_cast<uint32_t>(x) >> (8 * i));
+  }
+  void Str(size_t at, size_t width, const std::string& s) {
+    for (size_t i = 0; i < width; ++i) v[at + i] = static_cast<uint8_t>(i < s.size() ? s[i] : ' ');
+  }
+};
 
 // The first differing byte, for a readable failure.
 ::testing::AssertionResult SameBytes(const ByteVector& expected, const ByteVector& actual) {
@@ -46,402 +47,195 @@ void PutStringAt(ByteVector& v, size_t at, size_t width, const std::string& text
     return ::testing::AssertionFailure() << "size " << actual.size() << ", expected " << expected.size();
   for (size_t i = 0; i < expected.size(); ++i)
     if (expected[i] != actual[i])
-      return ::testing::AssertionFailure() << "first difference at offset " << i << ": " << int(actual[i])
-                                           << ", expected " << int(expected[i]);
+      return ::testing::AssertionFailure() << "offset " << i << ": " << int(actual[i]) << ", expected "
+                                           << int(expected[i]);
   return ::testing::AssertionSuccess();
 }
 
 void WriteFile(const fs::path& p, const ByteVector& bytes) {
-  std::ofstream out(p, std::ios::binary | std::ios::trunc);
-  out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  std::ofstream(p, std::ios::binary | std::ios::trunc)
+      .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }
 
-ByteVector ReadFile(const fs::path& p) {
-  std::ifstream in(p, std::ios::binary);
-  return ByteVector(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-// ---- Layout ----------------------------------------------------------------
-
-TEST(StartRecordLayout, SizeAndOffsetsMatchTheHandSum) {
+TEST(StartRecordLayout, SizeOffsetsAndUniqueNames) {
   EXPECT_EQ(StartRecordSize(), kRecordBytes);
-  EXPECT_EQ(SerializeStartRecord(StartRecord{}).size(), kRecordBytes);
-
   const std::pair<const char*, size_t> offsets[] = {
-      {"MainWidth", 0},          {"OpenFolder", 8},          {"SaveFolder", 264},
-      {"NewLayerMode", 526},     {"RecentFiles", 528},       {"ColorBoxShown", 2576},
-      {"AlbumSourceFolder", 2594}, {"ColorBoxMode", 3106},   {"CustomColors", 3118},
-      {"ShowTips", 3182},        {"CurrentTool", 3184},      {"SelectionMode", 3209},
-      {"StampMaskColor", 3245},  {"TextToolText", 3257},     {"TextToolFlags", 3771},
-      {"GradientShape", 3781},   {"ColorChannelFlags", 3809}, {"ReservedLong", 3843},
-      {"ColorTexts", 3853},      {"PasteBoxLeft", 3871},     {"ThumbnailShowFilename", 3921},
-      {"ThumbnailBackground", 3923}, {"BrowserFolder", 3927}, {"ReservedGeometry", 4199},
-      {"WebFolder", 4213},       {"ConvertOverwrite", 5245}, {"ConvertSplit", 5256},
-      {"ConvertFlag", 5532},     {"BatchName", 5535},        {"BatchSplit", 6572},
-      {"BatchFlag", 6592},
-  };
+      {"MainWidth", 0},       {"RecentFiles", 528},  {"CustomColors", 3118}, {"CurrentTool", 3184},
+      {"ColorTexts", 3853},   {"ReservedGeometry", 4199}, {"ConvertSplit", 5256}, {"BatchFlag", 6592}};
   for (const auto& [name, offset] : offsets) EXPECT_EQ(StartRecordFieldOffset(name), offset) << name;
   EXPECT_EQ(StartRecordFieldOffset("NoSuchField"), SIZE_MAX);
-
-  // Field names are unique, so Describe lines and offsets are unambiguous.
   std::set<std::string> names;
   for (const StartRecordField& f : StartRecordFields()) EXPECT_TRUE(names.insert(f.name).second) << f.name;
 }
 
-// Every byte of a first-start record, built at hand-worked offsets. Fields
-// not written here are 0 by default.
-TEST(StartRecordLayout, DefaultBytesFieldByField) {
+// Every byte of a first-start record; then zero-default fields set to marks,
+// so that their places show too.
+TEST(StartRecordLayout, FirstStartBytesAndFieldPlaces) {
   const std::string app = "/opt/kv";
-  ByteVector e(kRecordBytes, 0);
-  PutI16At(e, 0, 9600);  // 640 px x 15 twips
-  PutI16At(e, 2, 7200);  // 480 px x 15 twips
-  PutI16At(e, 4, -1);    // MainMaximized
-  PutStringAt(e, 8, 256, app + "/Images/");
-  PutStringAt(e, 264, 256, app + "/Images/");
-  PutI16At(e, 520, -1);
-  PutI16At(e, 522, -1);
-  PutI16At(e, 524, -1);
-  PutI16At(e, 526, 1);  // NewLayerMode
-  for (int k = 0; k < 8; ++k) PutStringAt(e, 528 + 256 * k, 256, "");
-  for (int k = 0; k < 7; ++k) PutI16At(e, 2576 + 2 * k, -1);  // seven shown flags
-  PutStringAt(e, 2594, 256, app);
-  PutStringAt(e, 2850, 256, app);
-  PutI32At(e, 3110, 0xFFFFFF);  // ForeColor
-  for (int i = 0; i < 16; ++i) PutI32At(e, 3118 + 4 * i, 0x111111 * i);
-  PutI16At(e, 3182, -1);  // ShowTips
-  PutStringAt(e, 3184, 25, "");
-  PutI16At(e, 3209, 2);    // SelectionMode
-  PutI16At(e, 3213, 50);   // SelectionPressure
-  PutI16At(e, 3215, -1);   // SelectionMoveContent
-  PutI16At(e, 3219, 25);   // BrushSize
-  PutI16At(e, 3221, 25);   // BrushPressure
-  PutI16At(e, 3223, -1);   // BrushContinuous
-  PutI16At(e, 3225, 75);   // AirbrushSize
-  PutI16At(e, 3227, 25);
-  PutI16At(e, 3229, 100);
-  PutI16At(e, 3231, 1);
-  PutI16At(e, 3235, 25);   // FillTolerance
-  PutI16At(e, 3237, 100);  // FillPressure
-  PutI16At(e, 3241, 100);  // ShapePressure
-  PutI16At(e, 3243, 3);    // ShapeSides
-  PutI16At(e, 3251, -1);   // StampMask
-  PutI16At(e, 3255, 50);   // StampPressure
-  PutStringAt(e, 3257, 256, "1.0");
-  PutStringAt(e, 3513, 256, "Arial");
-  PutI16At(e, 3769, 20);
-  PutI16At(e, 3771, -1);
-  PutI16At(e, 3773, -1);
-  PutI16At(e, 3777, 2);
-  PutI16At(e, 3779, 100);
-  PutI32At(e, 3793, 0xFFFFFF);  // GradientColors(0)
-  PutI16At(e, 3805, 50);        // GradientPressure
-  PutI16At(e, 3807, 1);         // GradientFrequency
-  for (int k = 0; k < 8; ++k) PutI16At(e, 3809 + 2 * k, -1);
-  PutI16At(e, 3833, 10);   // PasteBoxHistory
-  PutI16At(e, 3835, 80);   // PasteBoxPressure
-  PutI16At(e, 3841, 15);   // second reserved word of the pair 0, 15
-  PutI16At(e, 3847, 100);
-  PutI16At(e, 3849, 90);
-  PutI16At(e, 3851, 65);
-  PutStringAt(e, 3853, 9, "255255255");
-  PutStringAt(e, 3862, 9, "255255255");
-  PutI16At(e, 3871, 3600);
-  PutI16At(e, 3873, 4650);
-  PutI16At(e, 3875, 3950);
-  PutI16At(e, 3877, 3180);
-  PutI16At(e, 3881, 420);
-  PutI16At(e, 3883, 8640);
-  PutI16At(e, 3887, 420);
-  PutI16At(e, 3889, 1110);
-  PutI16At(e, 3893, 420);
-  PutI16At(e, 3895, 6045);
-  PutI16At(e, 3897, 2600);
-  PutI16At(e, 3899, 3180);
-  PutI16At(e, 3903, 6780);
-  PutI16At(e, 3905, 1100);
-  PutI16At(e, 3907, 4800);
-  PutI16At(e, 3909, 7000);
-  PutI16At(e, 3913, 70);
-  PutI16At(e, 3915, 60);
-  PutI16At(e, 3919, 4);
-  e[3921] = 1;
-  e[3922] = 1;
-  PutI32At(e, 3923, 0xFFFFFF);
-  PutStringAt(e, 3927, 256, app + "/Images/");
-  PutI16At(e, 4183, 420);
-  PutI16At(e, 4185, 3615);
-  PutI16At(e, 4189, 3600);
-  PutI16At(e, 4191, 1110);
-  PutI16At(e, 4193, 3540);
-  PutI16At(e, 4195, 3180);
-  PutI16At(e, 4199, 3600);
-  PutI16At(e, 4201, 8610);
-  PutI32At(e, 4205, 600);
-  PutI32At(e, 4209, 450);
-  PutStringAt(e, 4213, 256, app + "/images/");
-  PutI16At(e, 4469, 3);
-  PutI16At(e, 4471, 5);
-  PutI16At(e, 4473, 80);
-  PutStringAt(e, 4475, 256, "Sample");
-  PutStringAt(e, 4731, 256, app);
-  PutStringAt(e, 4987, 256, app);
-  PutI16At(e, 5243, 7);
-  e[5245] = 1;
-  PutI32At(e, 5248, 9600);
-  PutI32At(e, 5252, 7200);
-  const int convertSplit[] = {30, 50, 75, 30, 50};
-  for (int k = 0; k < 5; ++k) PutI32At(e, 5256 + 4 * k, convertSplit[k]);
-  PutStringAt(e, 5276, 256, app);
-  e[5532] = 1;
-  PutI16At(e, 5533, 60);
-  PutStringAt(e, 5535, 256, "Sample");
-  PutStringAt(e, 5791, 256, app);
-  PutStringAt(e, 6047, 256, app);
-  PutStringAt(e, 6303, 256, app);
-  PutI16At(e, 6559, 6);
-  e[6561] = 1;
-  PutI32At(e, 6564, 9600);
-  PutI32At(e, 6568, 7200);
-  const int batchSplit[] = {30, 50, 75, 50, 30};
-  for (int k = 0; k < 5; ++k) PutI32At(e, 6572 + 4 * k, batchSplit[k]);
-  e[6592] = 1;
+  Image e;
+  // i16 defaults (-1 is true), in file order.
+  const std::pair<size_t, int16_t> i16s[] = {
+      {0, 9600}, {2, 7200}, {4, -1}, {520, -1}, {522, -1}, {524, -1}, {526, 1}, {3182, -1}, {3209, 2},
+      {3213, 50}, {3215, -1}, {3219, 25}, {3221, 25}, {3223, -1}, {3225, 75}, {3227, 25}, {3229, 100},
+      {3231, 1}, {3235, 25}, {3237, 100}, {3241, 100}, {3243, 3}, {3251, -1}, {3255, 50}, {3769, 20},
+      {3771, -1}, {3773, -1}, {3777, 2}, {3779, 100}, {3805, 50}, {3807, 1}, {3833, 10}, {3835, 80},
+      {3841, 15}, {3847, 100}, {3849, 90}, {3851, 65}, {3871, 3600}, {3873, 4650}, {3875, 3950},
+      {3877, 3180}, {3881, 420}, {3883, 8640}, {3887, 420}, {3889, 1110}, {3893, 420}, {3895, 6045},
+      {3897, 2600}, {3899, 3180}, {3903, 6780}, {3905, 1100}, {3907, 4800}, {3909, 7000}, {3913, 70},
+      {3915, 60}, {3919, 4}, {4183, 420}, {4185, 3615}, {4189, 3600}, {4191, 1110}, {4193, 3540},
+      {4195, 3180}, {4199, 3600}, {4201, 8610}, {4469, 3}, {4471, 5}, {4473, 80}, {5243, 7}, {5533, 60},
+      {6559, 6}};
+  for (auto [at, x] : i16s) e.I16(at, x);
+  for (int k = 0; k < 7; ++k) e.I16(2576 + 2 * k, -1);  // the seven shown flags
+  for (int k = 0; k < 8; ++k) e.I16(3809 + 2 * k, -1);  // ColorChannelFlags
+  const std::pair<size_t, int32_t> i32s[] = {{3110, 0xFFFFFF}, {3793, 0xFFFFFF}, {3923, 0xFFFFFF}, {4205, 600},
+                                             {4209, 450},      {5248, 9600},     {5252, 7200},     {6564, 9600},
+                                             {6568, 7200}};
+  for (auto [at, x] : i32s) e.I32(at, x);
+  for (int i = 0; i < 16; ++i) e.I32(3118 + 4 * i, 0x111111 * i);  // grey ramp
+  const int convertSplit[] = {30, 50, 75, 30, 50}, batchSplit[] = {30, 50, 75, 50, 30};
+  for (int k = 0; k < 5; ++k) e.I32(5256 + 4 * k, convertSplit[k]), e.I32(6572 + 4 * k, batchSplit[k]);
+  for (size_t at : {3921, 3922, 5245, 5532, 6561, 6592}) e.v[at] = 1;  // byte booleans
+  const std::string images = app + "/Images/";
+  const std::tuple<size_t, size_t, std::string> strs[] = {
+      {8, 256, images},   {264, 256, images},  {2594, 256, app},         {2850, 256, app},
+      {3184, 25, ""},     {3257, 256, "1.0"},  {3513, 256, "Arial"},     {3853, 9, "255255255"},
+      {3862, 9, "255255255"}, {3927, 256, images}, {4213, 256, app + "/images/"}, {4475, 256, "Sample"},
+      {4731, 256, app},   {4987, 256, app},    {5276, 256, app},         {5535, 256, "Sample"},
+      {5791, 256, app},   {6047, 256, app},    {6303, 256, app}};
+  for (const auto& [at, width, s] : strs) e.Str(at, width, s);
+  for (int k = 0; k < 8; ++k) e.Str(528 + 256 * k, 256, "");
+  StartRecord rec = DefaultStartRecord(app);
+  EXPECT_TRUE(SameBytes(e.v, SerializeStartRecord(rec)));
+  EXPECT_TRUE(SameBytes(e.v, SerializeStartRecord(DefaultStartRecord("/opt/kv/"))));  // no doubled slash
 
-  EXPECT_TRUE(SameBytes(e, SerializeStartRecord(DefaultStartRecord(app))));
-  // A trailing slash on the folder does not double up.
-  EXPECT_TRUE(SameBytes(e, SerializeStartRecord(DefaultStartRecord("/opt/kv/"))));
+  rec.ImageMaximized = kTrue, e.I16(6, -1);
+  rec.HoverTool = 0x0102, e.I16(2590, 0x0102);
+  rec.ColorBoxMode = 0x03040506, e.I32(3106, 0x03040506);
+  rec.BackColor = 0x00332211, e.I32(3114, 0x00332211);
+  rec.BrushMode = 11, e.I16(3217, 11);
+  rec.StampMaskColor = 0x00141516, e.I32(3245, 0x00141516);
+  rec.StampClearBack = kTrue, e.I16(3253, -1);
+  rec.GradientShape[2] = 17, e.I32(3789, 17);
+  rec.PasteBoxAction = 19, e.I16(3837, 19);
+  rec.ReservedLong = -123456789, e.I32(3843, -123456789);
+  rec.ThumbnailQuality = 1, e.I16(3917, 1);
+  rec.ConvertMode = 21, e.I16(5246, 21);
+  rec.BatchMode = 22, e.I16(6562, 22);
+  rec.RecentFiles[1].Set("/x.png"), e.Str(784, 256, "/x.png");
+  rec.CurrentTool.Set("Brush"), e.Str(3184, 25, "Brush");
+  EXPECT_TRUE(SameBytes(e.v, SerializeStartRecord(rec)));
 }
 
 TEST(StartRecordLayout, DescribeGivesOneLinePerElement) {
   const auto lines = DescribeStartRecord(DefaultStartRecord("/opt/kv"));
-  // 190 elements: counted row by row from the table with arrays expanded.
-  ASSERT_EQ(lines.size(), 190u);
-  auto find = [&](const std::string& name) -> std::string {
-    for (const auto& [n, v] : lines)
-      if (n == name) return v;
-    return "<missing>";
-  };
-  EXPECT_EQ(lines.front(), std::make_pair(std::string("MainWidth"), std::string("9600")));
-  EXPECT_EQ(lines.back(), std::make_pair(std::string("BatchFlag"), std::string("true")));
-  EXPECT_EQ(lines[10].first, "RecentFiles(0)");
+  ASSERT_EQ(lines.size(), 190u);  // counted row by row from the table, arrays expanded
+  using Line = std::pair<std::string, std::string>;
+  EXPECT_EQ(lines.front(), Line("MainWidth", "9600"));
+  EXPECT_EQ(lines[2], Line("MainMaximized", "true"));
+  EXPECT_EQ(lines[3], Line("ImageMaximized", "false"));
+  EXPECT_EQ(lines[4], Line("OpenFolder", "\"/opt/kv/Images/\""));
+  EXPECT_EQ(lines[10], Line("RecentFiles(0)", "\"\""));
   EXPECT_EQ(lines[17].first, "RecentFiles(7)");
-  EXPECT_EQ(find("MainMaximized"), "true");
-  EXPECT_EQ(find("ImageMaximized"), "false");
-  EXPECT_EQ(find("OpenFolder"), "\"/opt/kv/Images/\"");
-  EXPECT_EQ(find("AlbumSourceFolder"), "\"/opt/kv\"");
-  EXPECT_EQ(find("RecentFiles(3)"), "\"\"");
-  EXPECT_EQ(find("ForeColor"), "0x00FFFFFF");
-  EXPECT_EQ(find("BackColor"), "0x00000000");
-  EXPECT_EQ(find("CustomColors(1)"), "0x00111111");
-  EXPECT_EQ(find("TextToolFlags(0)"), "-1");
-  EXPECT_EQ(find("TextToolFlags(4)"), "100");
-  EXPECT_EQ(find("ColorTexts(1)"), "\"255255255\"");
-  EXPECT_EQ(find("ThumbnailShowFilename"), "true");
-  EXPECT_EQ(find("ConvertWindowHeight"), "7200");
-  EXPECT_EQ(find("BatchSplit(3)"), "50");
+  EXPECT_EQ(lines[30], Line("ForeColor", "0x00FFFFFF"));
+  EXPECT_EQ(lines[33], Line("CustomColors(1)", "0x00111111"));
+  EXPECT_EQ(lines.back(), Line("BatchFlag", "true"));
 }
-
-// ---- Fixed strings ---------------------------------------------------------
 
 TEST(StartRecordStrings, PaddingTruncationAndTrimming) {
   String256 s;
-  s.Set(std::string(256, 'a'));
-  EXPECT_EQ(s.bytes[255], 'a');  // exactly full: no trailing blank
-  EXPECT_EQ(s.Get(), std::string(256, 'a'));
-
-  s.Set(std::string(250, 'b') + "cdefghij");  // 258 bytes: cut after 256
-  EXPECT_EQ(s.Get(), std::string(250, 'b') + "cdefgh");
-
-  s.Set("ab");
-  EXPECT_EQ(s.bytes[1], 'b');
-  EXPECT_EQ(s.bytes[2], ' ');
+  const std::string full(256, 'a'), longText = std::string(250, 'b') + "cdefghij";
+  s.Set(full);  // exactly full: no trailing blank
+  EXPECT_EQ(s.Get(), full);
+  s.Set(longText);  // cut after 256
+  EXPECT_EQ(s.Get(), longText.substr(0, 256));
+  s.Set("  ab  ");  // blank padded; only the right side is trimmed
   EXPECT_EQ(s.bytes[255], ' ');
-  EXPECT_FALSE(s.IsBlank());
-
-  s.Set("  lead and trail  ");  // only the right side is trimmed
-  EXPECT_EQ(s.Get(), "  lead and trail");
-
+  EXPECT_EQ(s.Get(), "  ab");
   s.Set("");
   EXPECT_TRUE(s.IsBlank());
-  EXPECT_EQ(s.Get(), "");
-
-  String256 zero;  // as a short file leaves it
-  EXPECT_FALSE(zero.IsBlank());
-  EXPECT_EQ(zero.Get(), "");
+  EXPECT_FALSE(String256{}.IsBlank());  // a zero field, as a short file leaves it, reads as empty
+  EXPECT_EQ(String256{}.Get(), "");
 }
 
-// ---- Bytes in, bytes out -----------------------------------------------------
-
 TEST(StartRecordBytes, AnyBytesRoundTripUnchanged) {
-  // Arbitrary bytes, including odd booleans and NULs inside strings: carried
-  // fields must go back out exactly as they came in.
+  // Odd booleans and NULs inside strings: carried fields go back out as they came.
   ByteVector in(kRecordBytes);
   uint32_t seed = 12345;
-  for (uint8_t& b : in) {
-    seed = seed * 1103515245u + 12345u;
-    b = static_cast<uint8_t>(seed >> 16);
-  }
+  for (uint8_t& b : in) b = static_cast<uint8_t>((seed = seed * 1103515245u + 12345u) >> 16);
   StartRecord rec;
   ParseStartRecord(in.data(), in.size(), rec);
   EXPECT_TRUE(SameBytes(in, SerializeStartRecord(rec)));
 }
 
-TEST(StartRecordBytes, FieldsAreLittleEndianAtTheirOffsets) {
-  StartRecord rec;
-  rec.MainWidth = 0x1234;
-  rec.ForeColor = 0x00332211;
-  rec.RecentFiles[1].Set("/x.png");
-  rec.CurrentTool.Set("Brush");
-  rec.BatchFlag = 1;
-  const ByteVector b = SerializeStartRecord(rec);
-  EXPECT_EQ(b[0], 0x34);
-  EXPECT_EQ(b[1], 0x12);
-  EXPECT_EQ(b[3110], 0x11);
-  EXPECT_EQ(b[3111], 0x22);
-  EXPECT_EQ(b[3112], 0x33);
-  EXPECT_EQ(b[3113], 0x00);
-  EXPECT_EQ(std::string(b.begin() + 784, b.begin() + 790), "/x.png");  // 528 + 256
-  EXPECT_EQ(b[790], ' ');
-  EXPECT_EQ(std::string(b.begin() + 3184, b.begin() + 3189), "Brush");
-  EXPECT_EQ(b[3208], ' ');  // last byte of the 25
-  EXPECT_EQ(b[3209], 0);    // SelectionMode untouched
-  EXPECT_EQ(b[6592], 1);
-}
-
-// ---- The settings file -------------------------------------------------------
-
 TEST(StartRecordFile, AbsentFileGivesDefaultsAndLeavesAnEmptyFile) {
   TempDir dir;
   RunCounter = 7;
   StartRecord rec;
-  rec.MainWidth = 1;
   EXPECT_FALSE(LoadStartRecord(dir.path(), rec));
   EXPECT_EQ(rec, DefaultStartRecord(dir.path()));
   EXPECT_EQ(RunCounter, -1);
-  const fs::path file = dir / "kv201Start.up";
-  ASSERT_TRUE(fs::exists(file));
-  EXPECT_EQ(fs::file_size(file), 0u);
-}
-
-TEST(StartRecordFile, ZeroSizeFileGivesAllZeros) {
-  TempDir dir;
-  WriteFile(dir / "kv201Start.up", {});
-  StartRecord rec = DefaultStartRecord(dir.path());
-  EXPECT_TRUE(LoadStartRecord(dir.path(), rec));
-  EXPECT_EQ(rec.MainWidth, 0);
-  EXPECT_EQ(rec.ColorBoxShown, 0);
-  EXPECT_TRUE(SameBytes(ByteVector(kRecordBytes, 0), SerializeStartRecord(rec)));
+  ASSERT_TRUE(fs::exists(dir / "kv201Start.up"));
   EXPECT_EQ(fs::file_size(dir / "kv201Start.up"), 0u);
 }
 
-TEST(StartRecordFile, ShortFileFillsTheRestWithZeros) {
-  TempDir dir;
+TEST(StartRecordFile, ShortOrEmptyFileFillsTheRestWithZeros) {
   // MainWidth 10000, MainHeight 7200, MainMaximized true, ImageMaximized
   // false, then the first two characters of OpenFolder.
   const ByteVector head = {0x10, 0x27, 0x20, 0x1C, 0xFF, 0xFF, 0x00, 0x00, '/', 'x'};
-  WriteFile(dir / "kv201Start.up", head);
-  StartRecord rec;
-  EXPECT_TRUE(LoadStartRecord(dir.path(), rec));
-  EXPECT_EQ(rec.MainWidth, 10000);
-  EXPECT_EQ(rec.MainHeight, 7200);
-  EXPECT_EQ(rec.MainMaximized, -1);
-  EXPECT_EQ(rec.OpenFolder.Get(), "/x");
-  EXPECT_EQ(rec.SaveAskOnClose, 0);  // no defaults for a short file
-  EXPECT_EQ(rec.TextToolFont.Get(), "");
-  ByteVector expected(kRecordBytes, 0);
-  std::copy(head.begin(), head.end(), expected.begin());
-  EXPECT_TRUE(SameBytes(expected, SerializeStartRecord(rec)));
+  for (const ByteVector& file : {ByteVector{}, head}) {
+    TempDir dir;
+    WriteFile(dir / "kv201Start.up", file);
+    StartRecord rec = DefaultStartRecord(dir.path());
+    EXPECT_TRUE(LoadStartRecord(dir.path(), rec));
+    ByteVector expected(kRecordBytes, 0);
+    std::copy(file.begin(), file.end(), expected.begin());
+    EXPECT_TRUE(SameBytes(expected, SerializeStartRecord(rec)));  // no defaults for a short file
+    EXPECT_EQ(fs::file_size(dir / "kv201Start.up"), file.size());
+  }
 }
 
-TEST(StartRecordFile, SaveAndLoadRoundTrip) {
-  TempDir dir;
-  StartRecord rec = DefaultStartRecord(dir.path());
-  rec.MainMaximized = kFalse;
-  rec.MainWidth = 12345;
-  rec.OpenFolder.Set("/home/u/Pictures/");
-  AddRecentFile(rec, "/home/u/Pictures/a.png");
-  rec.CurrentTool.Set("Airbrush");
-  rec.CustomColors[15] = 0x00123456;
-  rec.ReservedLong = -123456789;
-  rec.ColorTexts[0].Set("000128255");
-  rec.ConvertOverwrite = 0;
-  rec.BatchSplit[4] = 99;
-  ASSERT_TRUE(SaveStartRecord(dir.path(), rec));
-  EXPECT_EQ(fs::file_size(dir / "kv201Start.up"), kRecordBytes);
-
-  StartRecord back;
-  EXPECT_TRUE(LoadStartRecord(dir.path(), back));
-  EXPECT_EQ(back, rec);
-  EXPECT_EQ(back.CurrentTool.Get(), "Airbrush");
-  EXPECT_EQ(back.RecentFiles[0].Get(), "/home/u/Pictures/a.png");
-}
-
-TEST(StartRecordFile, SaveOverALongerFileKeepsItsTail) {
+TEST(StartRecordFile, SaveOverALongerFileKeepsItsTailAndLoadsBack) {
   TempDir dir;
   const fs::path file = dir / "kv201Start.up";
   WriteFile(file, ByteVector(7000, 0xAB));
-  const StartRecord rec = DefaultStartRecord(dir.path());
+  StartRecord rec = DefaultStartRecord(dir.path());
+  rec.MainWidth = 12345;
+  rec.BatchSplit[4] = 99;
   ASSERT_TRUE(SaveStartRecord(dir.path(), rec));
-  const ByteVector after = ReadFile(file);
+  ByteVector after;
+  ASSERT_TRUE(ReadWholeFile(file, after));
   ASSERT_EQ(after.size(), 7000u);
   EXPECT_TRUE(SameBytes(SerializeStartRecord(rec), ByteVector(after.begin(), after.begin() + kRecordBytes)));
   for (size_t i = kRecordBytes; i < after.size(); ++i) ASSERT_EQ(after[i], 0xAB) << i;
-
-  // Loading such a file reads only the record.
   StartRecord back;
   EXPECT_TRUE(LoadStartRecord(dir.path(), back));
   EXPECT_EQ(back, rec);
 }
 
-// ---- Recent files ------------------------------------------------------------
-
-class StartRecordRecent : public ::testing::Test {
- protected:
+TEST(StartRecordRecent, FillsFromTheTopThenPushesAtTheHead) {
+  using Slots = std::vector<std::string>;
   StartRecord rec = DefaultStartRecord("/opt/kv");
-  std::vector<std::string> Slots() const {
-    std::vector<std::string> v;
+  auto slots = [&] {
+    Slots v;
     for (const String256& s : rec.RecentFiles) v.push_back(s.Get());
     return v;
-  }
-  void FillEight() {
-    for (int i = 0; i < 8; ++i) AddRecentFile(rec, "/p" + std::to_string(i));
-  }
-};
-
-TEST_F(StartRecordRecent, AppendsAtTheEndWhileThereIsRoom) {
-  AddRecentFile(rec, "/a");
-  AddRecentFile(rec, "/b");
-  AddRecentFile(rec, "/c");
-  EXPECT_EQ(Slots(), (std::vector<std::string>{"/a", "/b", "/c", "", "", "", "", ""}));
-  EXPECT_TRUE(rec.RecentFiles[3].IsBlank());
-}
-
-TEST_F(StartRecordRecent, KnownNameKeepsItsPlace) {
-  AddRecentFile(rec, "/a");
-  AddRecentFile(rec, "/b");
-  AddRecentFile(rec, "/a");
-  EXPECT_EQ(Slots(), (std::vector<std::string>{"/a", "/b", "", "", "", "", "", ""}));
-
-  FillEight();  // "/a", "/b", "/p0" ... "/p5"
-  const auto before = Slots();
+  };
+  for (const char* p : {"/a", "/b", "/a"}) AddRecentFile(rec, p);  // a known name keeps its place
+  EXPECT_EQ(slots(), (Slots{"/a", "/b", "", "", "", "", "", ""}));
+  for (int i = 0; i < 6; ++i) AddRecentFile(rec, "/p" + std::to_string(i));
   AddRecentFile(rec, "/p3");
-  AddRecentFile(rec, "/a");
-  EXPECT_EQ(Slots(), before);
-}
-
-TEST_F(StartRecordRecent, NinthNameDropsSlotSevenAndLandsOnSlotZero) {
-  FillEight();
-  AddRecentFile(rec, "/p8");
-  EXPECT_EQ(Slots(), (std::vector<std::string>{"/p8", "/p0", "/p1", "/p2", "/p3", "/p4", "/p5", "/p6"}));
+  EXPECT_EQ(slots(), (Slots{"/a", "/b", "/p0", "/p1", "/p2", "/p3", "/p4", "/p5"}));
+  AddRecentFile(rec, "/p8");  // ninth name: slot 7 drops, the name lands on slot 0
   AddRecentFile(rec, "/p9");
-  EXPECT_EQ(Slots(), (std::vector<std::string>{"/p9", "/p8", "/p0", "/p1", "/p2", "/p3", "/p4", "/p5"}));
-}
+  EXPECT_EQ(slots(), (Slots{"/p9", "/p8", "/a", "/b", "/p0", "/p1", "/p2", "/p3"}));
 
-TEST_F(StartRecordRecent, WalkStopsAtTheFirstEmptySlot) {
-  // A name listed after a gap is not found: the gap takes it first.
+  // The walk stops at the first empty slot: a name listed after a gap is not found.
+  rec = DefaultStartRecord("/opt/kv");
   rec.RecentFiles[0].Set("/a");
   rec.RecentFiles[2].Set("/c");
   AddRecentFile(rec, "/c");
-  EXPECT_EQ(Slots(), (std::vector<std::string>{"/a", "/c", "/c", "", "", "", "", ""}));
+  EXPECT_EQ(slots(), (Slots{"/a", "/c", "/c", "", "", "", "", ""}));
 }
 
 }  // namespace
