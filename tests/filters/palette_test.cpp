@@ -2,54 +2,36 @@
 // the nearest-colour rule, and the folder rule of the dialog's buttons.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "filters/palette.h"
+#include "filters/colour_test_support.h"
 #include "test_support.h"
 
 namespace kelvane {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace colour_test;
 
-struct PaletteGuard {
-  PaletteRecord saved = CurrentPalette();
-  ~PaletteGuard() { CurrentPalette() = saved; }
-};
-
-PaletteRecord MakePalette(const std::vector<PaletteColor>& colours) {
-  PaletteRecord p;
-  p.PaletteColors = colours;
-  p.PaletteCount = static_cast<int32_t>(colours.size());
-  return p;
-}
-
-// Little-endian pieces for hand-built files.
-void I32(std::vector<uint8_t>& out, int32_t v) {
-  const auto u = static_cast<uint32_t>(v);
-  for (int i = 0; i < 4; ++i) out.push_back(static_cast<uint8_t>(u >> (8 * i)));
-}
-void I16(std::vector<uint8_t>& out, int16_t v) {
-  out.push_back(static_cast<uint8_t>(v & 0xFF));
-  out.push_back(static_cast<uint8_t>((static_cast<uint16_t>(v) >> 8) & 0xFF));
-}
-std::vector<uint8_t> Header(int32_t count, int16_t dims, int32_t elements, int32_t lower) {
+// A hand-built file: the 14-byte header, then 32-bit values, little-endian.
+std::vector<uint8_t> File(int32_t count, int16_t dims, int32_t elements, int32_t lower,
+                          const std::vector<int32_t>& values = {}) {
   std::vector<uint8_t> b;
-  I32(b, count);
-  I16(b, dims);
-  I32(b, elements);
-  I32(b, lower);
+  auto put = [&](int64_t v, int bytes) {
+    for (int i = 0; i < bytes; ++i) b.push_back(static_cast<uint8_t>(v >> (8 * i)));
+  };
+  put(count, 4), put(dims, 2), put(elements, 4), put(lower, 4);
+  for (int32_t v : values) put(v, 4);
   return b;
 }
 
 void WriteBytes(const fs::path& p, const std::vector<uint8_t>& bytes) {
-  std::ofstream out(p, std::ios::binary | std::ios::trunc);
-  out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  std::ofstream(p, std::ios::binary | std::ios::trunc)
+      .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }
 std::vector<uint8_t> ReadBytes(const fs::path& p) {
   std::ifstream in(p, std::ios::binary);
@@ -72,7 +54,6 @@ TEST(PaletteFile, WritesTheRecordByteForByteAndReadsItBack) {
   PaletteRecord back;
   ASSERT_TRUE(LoadPalette(dir / "two.pal", back));
   EXPECT_EQ(back, p);
-
   // A count below the array's length is written as it stands: N stays the
   // array's length.
   PaletteRecord cut = MakePalette({{9, 9, 9}, {8, 8, 8}, {7, 7, 7}});
@@ -81,50 +62,37 @@ TEST(PaletteFile, WritesTheRecordByteForByteAndReadsItBack) {
   ASSERT_EQ(bytes.size(), 14u + 36u);
   EXPECT_EQ(bytes[0], 1);
   EXPECT_EQ(bytes[6], 3);
-}
 
-TEST(PaletteFile, SavingOverALongerFileKeepsItsTailAndLoadingIgnoresIt) {
-  test::TempDir dir;
+  // Saving over a longer file keeps its tail, and loading ignores it.
   WriteBytes(dir / "old.pal", std::vector<uint8_t>(100, 0xEE));
-  const PaletteRecord p = MakePalette({{10, 20, 30}});
-  ASSERT_TRUE(SavePalette(dir / "old.pal", p));
-  const std::vector<uint8_t> bytes = ReadBytes(dir / "old.pal");
-  ASSERT_EQ(bytes.size(), 100u);
-  EXPECT_EQ(std::vector<uint8_t>(bytes.begin(), bytes.begin() + 26), EncodePalette(p));
-  EXPECT_EQ(bytes[26], 0xEE);
-  PaletteRecord back;
+  const PaletteRecord one = MakePalette({{10, 20, 30}});
+  ASSERT_TRUE(SavePalette(dir / "old.pal", one));
+  const std::vector<uint8_t> old = ReadBytes(dir / "old.pal");
+  ASSERT_EQ(old.size(), 100u);
+  EXPECT_EQ(std::vector<uint8_t>(old.begin(), old.begin() + 26), EncodePalette(one));
+  EXPECT_EQ(old[26], 0xEE);
   ASSERT_TRUE(LoadPalette(dir / "old.pal", back));
-  EXPECT_EQ(back, p);
+  EXPECT_EQ(back, one);
 }
 
 TEST(PaletteFile, HandBuiltFilesAreCutToTheirCount) {
   test::TempDir dir;
   // 256 entries (i, 255 - i, i / 2) with a count of 3: exactly three remain.
-  std::vector<uint8_t> b = Header(3, 1, 256, 0);
-  for (int i = 0; i < 256; ++i) {
-    I32(b, i);
-    I32(b, 255 - i);
-    I32(b, i / 2);
-  }
-  WriteBytes(dir / "three.pal", b);
+  std::vector<int32_t> entries;
+  for (int i = 0; i < 256; ++i) entries.insert(entries.end(), {i, 255 - i, i / 2});
+  WriteBytes(dir / "three.pal", File(3, 1, 256, 0, entries));
   PaletteRecord p;
   ASSERT_TRUE(LoadPalette(dir / "three.pal", p));
   EXPECT_EQ(p.PaletteCount, 3);
   EXPECT_EQ(p.PaletteColors, (std::vector<PaletteColor>{{0, 255, 0}, {1, 254, 0}, {2, 253, 1}}));
-
   // A count of 1 keeps the single entry 0.
-  b[0] = 1;
-  WriteBytes(dir / "one.pal", b);
+  WriteBytes(dir / "one.pal", File(1, 1, 256, 0, entries));
   ASSERT_TRUE(LoadPalette(dir / "one.pal", p));
   EXPECT_EQ(p.PaletteColors, (std::vector<PaletteColor>{{0, 255, 0}}));
-
   // A count above N: the cut keeps the contents and adds black entries.
-  std::vector<uint8_t> c = Header(4, 1, 2, 0);
-  for (int v : {1, 2, 3, 4, 5, 6}) I32(c, v);
-  WriteBytes(dir / "grow.pal", c);
+  WriteBytes(dir / "grow.pal", File(4, 1, 2, 0, {1, 2, 3, 4, 5, 6}));
   ASSERT_TRUE(LoadPalette(dir / "grow.pal", p));
   EXPECT_EQ(p.PaletteColors, (std::vector<PaletteColor>{{1, 2, 3}, {4, 5, 6}, {0, 0, 0}, {0, 0, 0}}));
-
   // The current-palette forms work on the global record.
   PaletteGuard guard;
   ASSERT_TRUE(LoadPalette(dir / "three.pal"));
@@ -137,30 +105,19 @@ TEST(PaletteFile, HandBuiltFilesAreCutToTheirCount) {
 
 TEST(PaletteFile, MalformedFilesAreRefusedAndLeaveTheRecord) {
   test::TempDir dir;
-  auto entries = [](std::vector<uint8_t> b, int n) {
-    for (int i = 0; i < 3 * n; ++i) I32(b, 7);
-    return b;
-  };
-  std::vector<uint8_t> badComponent = Header(1, 1, 1, 0);
-  I32(badComponent, 0);
-  I32(badComponent, 256);
-  I32(badComponent, 0);
-  std::vector<uint8_t> negativeComponent = Header(1, 1, 1, 0);
-  I32(negativeComponent, -1);
-  I32(negativeComponent, 0);
-  I32(negativeComponent, 0);
+  const std::vector<int32_t> one = {7, 7, 7}, two = {7, 7, 7, 7, 7, 7};
   const std::vector<std::pair<std::string, std::vector<uint8_t>>> cases = {
       {"empty", {}},
       {"short header", std::vector<uint8_t>(13, 0)},
-      {"two dimensions", entries(Header(1, 2, 1, 0), 1)},
-      {"lower bound 1", entries(Header(1, 1, 1, 1), 1)},
-      {"negative N", Header(1, 1, -1, 0)},
-      {"N past the end", entries(Header(2, 1, 3, 0), 2)},
-      {"count 0", entries(Header(0, 1, 1, 0), 1)},
-      {"negative count", entries(Header(-4, 1, 1, 0), 1)},
-      {"huge count", entries(Header(kMaxPaletteEntries + 1, 1, 1, 0), 1)},
-      {"component 256", badComponent},
-      {"component -1", negativeComponent},
+      {"two dimensions", File(1, 2, 1, 0, one)},
+      {"lower bound 1", File(1, 1, 1, 1, one)},
+      {"negative N", File(1, 1, -1, 0)},
+      {"N past the end", File(2, 1, 3, 0, two)},
+      {"count 0", File(0, 1, 1, 0, one)},
+      {"negative count", File(-4, 1, 1, 0, one)},
+      {"huge count", File(kMaxPaletteEntries + 1, 1, 1, 0, one)},
+      {"component 256", File(1, 1, 1, 0, {0, 256, 0})},
+      {"component -1", File(1, 1, 1, 0, {-1, 0, 0})},
   };
   const PaletteRecord before = MakePalette({{1, 1, 1}});
   for (const auto& [name, bytes] : cases) {
@@ -180,15 +137,14 @@ TEST(PaletteFile, MalformedFilesAreRefusedAndLeaveTheRecord) {
 TEST(PaletteFile, FuzzedBytesNeverCrashAndAcceptedOnesRoundTrip) {
   std::mt19937 rng(31);
   for (int round = 0; round < 3000; ++round) {
-    std::vector<uint8_t> b = Header(static_cast<int32_t>(rng() % 6), 1, static_cast<int32_t>(rng() % 5), 0);
+    std::vector<uint8_t> b = File(static_cast<int32_t>(rng() % 6), 1, static_cast<int32_t>(rng() % 5), 0);
     const size_t extra = rng() % 70;
     for (size_t i = 0; i < extra; ++i) b.push_back(static_cast<uint8_t>(rng() % 3 == 0 ? rng() : 0));
     if (rng() % 4 == 0) b[rng() % b.size()] ^= static_cast<uint8_t>(1u << (rng() % 8));
     if (rng() % 4 == 0) b.resize(rng() % b.size());
-    PaletteRecord p;
+    PaletteRecord p, again;
     if (DecodePalette(b.data(), b.size(), p)) {
       ASSERT_EQ(static_cast<size_t>(p.PaletteCount), p.PaletteColors.size());
-      PaletteRecord again;
       const ByteVector e = EncodePalette(p);
       ASSERT_TRUE(DecodePalette(e.data(), e.size(), again));
       EXPECT_EQ(again, p);
@@ -198,26 +154,12 @@ TEST(PaletteFile, FuzzedBytesNeverCrashAndAcceptedOnesRoundTrip) {
 
 // --- the nearest colour -------------------------------------------------------------------------
 
-int ReferenceNearest(const PaletteRecord& p, int r, int g, int b) {
-  int best = 0, bound = 765;
-  for (int i = 0; i < p.PaletteCount && i < static_cast<int>(p.PaletteColors.size()); ++i) {
-    const PaletteColor& e = p.PaletteColors[static_cast<size_t>(i)];
-    const int d = std::abs(r - e.red) + std::abs(g - e.green) + std::abs(b - e.blue);
-    if (d == 0) return i;
-    if (d < bound) bound = d, best = i;
-  }
-  return best;
-}
-
 TEST(NearestPaletteColor, ExactFirstThenLeastSumTiesToTheEarlierAgainstTheBound) {
   EXPECT_EQ(NearestPaletteColor(PaletteRecord{}, 1, 2, 3), -1);
   // Exact match: the first of the equal entries.
-  const PaletteRecord dup = MakePalette({{10, 10, 10}, {20, 20, 20}, {20, 20, 20}});
-  EXPECT_EQ(NearestPaletteColor(dup, 20, 20, 20), 1);
-  EXPECT_EQ(NearestPaletteColor(dup, 16, 16, 16), 1);  // 12 against 18
+  EXPECT_EQ(NearestPaletteColor(MakePalette({{10, 10, 10}, {20, 20, 20}, {20, 20, 20}}), 20, 20, 20), 1);
   // (0, 5, 5) is 10 from both (0, 0, 10) and (0, 10, 0): the earlier wins.
   EXPECT_EQ(NearestPaletteColor(MakePalette({{0, 0, 10}, {0, 10, 0}}), 0, 5, 5), 0);
-  EXPECT_EQ(NearestPaletteColor(MakePalette({{0, 10, 0}, {0, 0, 10}, {0, 5, 4}}), 0, 5, 5), 2);
   // The bound 765 must be beaten: black against 900 and 765 keeps entry 0.
   EXPECT_EQ(NearestPaletteColor(MakePalette({{300, 300, 300}, {255, 255, 255}}), 0, 0, 0), 0);
   EXPECT_EQ(NearestPaletteColor(MakePalette({{300, 300, 300}, {255, 255, 254}}), 0, 0, 0), 1);
@@ -231,19 +173,13 @@ TEST(NearestPaletteColor, ExactFirstThenLeastSumTiesToTheEarlierAgainstTheBound)
 
 TEST(NearestPaletteColor, LookupAgreesWithTheWalkEverywhereItIsAsked) {
   std::mt19937 rng(32);
-  auto random = [&](int n, int lo, int span) {
-    std::vector<PaletteColor> c;
-    for (int i = 0; i < n; ++i)
-      c.push_back({lo + static_cast<int32_t>(rng() % span), lo + static_cast<int32_t>(rng() % span),
-                   lo + static_cast<int32_t>(rng() % span)});
-    return MakePalette(c);
-  };
-  std::vector<PaletteRecord> palettes = {
+  auto random = [&](int n, int lo, int span) { return RandomPalette(rng, n, lo, span); };
+  const std::vector<PaletteRecord> palettes = {
       random(1, 0, 256),  random(3, 0, 256),  random(17, 0, 256), random(256, 0, 256),
       random(64, 100, 9),  // clustered: many equal distances
       MakePalette({{0, 0, 0}, {255, 255, 255}}), MakePalette({{255, 255, 255}, {0, 0, 0}, {255, 255, 255}}),
       MakePalette({{8, 8, 8}, {7, 7, 7}, {8, 8, 8}, {16, 0, 16}}), DefaultPalette()};
-  std::vector<std::array<int, 3>> colours;
+  std::vector<Triple> colours;
   for (int r = 0; r < 256; r += 17)
     for (int g = 0; g < 256; g += 17)
       for (int b = 0; b < 256; b += 17) colours.push_back({r, g, b});
@@ -254,7 +190,7 @@ TEST(NearestPaletteColor, LookupAgreesWithTheWalkEverywhereItIsAsked) {
   for (const PaletteRecord& p : palettes) {
     PaletteLookup lookup(p);
     ASSERT_TRUE(lookup.Usable());
-    for (const auto& c : colours) {
+    for (const Triple& c : colours) {
       const int expected = ReferenceNearest(p, c[0], c[1], c[2]);
       ASSERT_EQ(lookup.Nearest(static_cast<uint8_t>(c[0]), static_cast<uint8_t>(c[1]), static_cast<uint8_t>(c[2])),
                 expected)
@@ -264,63 +200,34 @@ TEST(NearestPaletteColor, LookupAgreesWithTheWalkEverywhereItIsAsked) {
   }
   EXPECT_FALSE(PaletteLookup(PaletteRecord{}).Usable());
   EXPECT_FALSE(PaletteLookup(MakePalette({{0, 0, 0}, {0, -1, 0}})).Usable());
-  PaletteRecord countless = MakePalette({{0, 0, 0}});
-  countless.PaletteCount = 0;
-  EXPECT_FALSE(PaletteLookup(countless).Usable());
-}
-
-TEST(NearestPaletteColor, DefaultPaletteIsTheCubeThenGreys) {
-  const PaletteRecord p = DefaultPalette();
-  ASSERT_EQ(p.PaletteCount, 256);
-  ASSERT_EQ(p.PaletteColors.size(), 256u);
-  EXPECT_EQ(p.PaletteColors[0], (PaletteColor{0, 0, 0}));
-  EXPECT_EQ(p.PaletteColors[1], (PaletteColor{0, 0, 51}));     // blue fastest
-  EXPECT_EQ(p.PaletteColors[6], (PaletteColor{0, 51, 0}));
-  EXPECT_EQ(p.PaletteColors[36], (PaletteColor{51, 0, 0}));
-  EXPECT_EQ(p.PaletteColors[215], (PaletteColor{255, 255, 255}));
-  EXPECT_EQ(p.PaletteColors[216], (PaletteColor{6, 6, 6}));       // round(255 / 41) = round(6.22)
-  EXPECT_EQ(p.PaletteColors[255], (PaletteColor{249, 249, 249}));  // round(40 * 255 / 41) = round(248.78)
+  EXPECT_FALSE(PaletteLookup(PaletteRecord{0, {{0, 0, 0}}}).Usable());
 }
 
 // --- the dialog's buttons ---------------------------------------------------------------------------
 
-TEST(PaletteFolderRule, MissingFolderShowsTheMessageAndNothingElse) {
-  EXPECT_EQ(kPalettesFolderMissing, "<Palettes> subfolder not found.");
-  EXPECT_EQ(kPaletteFileFilter, "Kelvane palette (*.pal)|*.pal");
+TEST(PaletteFolderRule, ButtonsNeedTheFolderThenUseTheDialogInIt) {
   EXPECT_EQ(kApplyPaletteTitle, "Apply palette");
   EXPECT_EQ(kApplyPaletteUndoName, "Apply Palette");
-  test::TempDir app;
-  int asked = 0;
-  std::vector<std::string> messages;
-  const PaletteFileChooser chooser = [&](const PaletteFileRequest&) {
-    ++asked;
-    return std::optional<fs::path>(app / "x.pal");
-  };
-  const PaletteMessageHandler message = [&](std::string_view t) { messages.emplace_back(t); };
-  for (bool save : {false, true}) {
-    EXPECT_EQ(PaletteFileCommand(app.path(), save, chooser, message), PaletteFileResult::FolderMissing);
-  }
-  // A plain file of that name is no folder either.
-  WriteBytes(app / "Palettes", {1, 2, 3});
-  EXPECT_EQ(PaletteFileCommand(app.path(), false, chooser, message), PaletteFileResult::FolderMissing);
-  EXPECT_EQ(asked, 0);
-  EXPECT_EQ(messages, std::vector<std::string>(3, "<Palettes> subfolder not found."));
-  EXPECT_FALSE(fs::exists(app / "x.pal"));
-}
-
-TEST(PaletteFolderRule, SaveAndLoadThroughTheDialogInTheFolder) {
   PaletteGuard guard;
   test::TempDir app;
-  fs::create_directory(app / "Palettes");
   std::vector<PaletteFileRequest> requests;
+  std::vector<std::string> messages;
   std::optional<fs::path> answer = app / "Palettes" / "mine.pal";
   const PaletteFileChooser chooser = [&](const PaletteFileRequest& r) {
     requests.push_back(r);
     return answer;
   };
-  int messages = 0;
-  const PaletteMessageHandler message = [&](std::string_view) { ++messages; };
+  const PaletteMessageHandler message = [&](std::string_view t) { messages.emplace_back(t); };
+  // No folder, or a plain file of that name: the message and nothing else.
+  for (bool save : {false, true})
+    EXPECT_EQ(PaletteFileCommand(app.path(), save, chooser, message), PaletteFileResult::FolderMissing);
+  WriteBytes(app / "Palettes", {1, 2, 3});
+  EXPECT_EQ(PaletteFileCommand(app.path(), false, chooser, message), PaletteFileResult::FolderMissing);
+  EXPECT_TRUE(requests.empty());
+  EXPECT_EQ(messages, std::vector<std::string>(3, "<Palettes> subfolder not found."));
 
+  fs::remove(app / "Palettes");
+  fs::create_directory(app / "Palettes");
   const PaletteRecord mine = MakePalette({{1, 2, 3}, {250, 251, 252}});
   CurrentPalette() = mine;
   ASSERT_EQ(PaletteFileCommand(app.path(), true, chooser, message), PaletteFileResult::Done);
@@ -330,12 +237,10 @@ TEST(PaletteFolderRule, SaveAndLoadThroughTheDialogInTheFolder) {
   EXPECT_EQ(requests[0].DialogTitle, "Save palette");
   EXPECT_TRUE(requests[0].CancelError);
   EXPECT_EQ(ReadBytes(app / "Palettes" / "mine.pal"), EncodePalette(mine));
-
   CurrentPalette() = DefaultPalette();
   ASSERT_EQ(PaletteFileCommand(app.path(), false, chooser, message), PaletteFileResult::Done);
   EXPECT_EQ(requests.back().DialogTitle, "Load palette");
   EXPECT_EQ(CurrentPalette(), mine);
-
   // A cancel changes nothing; a malformed file leaves the palette too.
   answer.reset();
   EXPECT_EQ(PaletteFileCommand(app.path(), false, chooser, message), PaletteFileResult::Cancelled);
@@ -343,7 +248,7 @@ TEST(PaletteFolderRule, SaveAndLoadThroughTheDialogInTheFolder) {
   answer = app / "Palettes" / "bad.pal";
   EXPECT_EQ(PaletteFileCommand(app.path(), false, chooser, message), PaletteFileResult::Failed);
   EXPECT_EQ(CurrentPalette(), mine);
-  EXPECT_EQ(messages, 0);
+  EXPECT_EQ(messages.size(), 3u);
 }
 
 }  // namespace
