@@ -4,11 +4,8 @@
 // catalogue is covered here from the start.
 #include <gtest/gtest.h>
 
-#include <random>
-
-#include "document/rect_region.h"
+#include "filters/dialog_test_support.h"
 #include "filters/filter_catalogue.h"
-#include "filters/filter_test_support.h"
 
 namespace kelvane {
 namespace {
@@ -23,9 +20,7 @@ std::vector<std::string> PlainWords(const FilterMethod& m) {
       case ParamKind::Byte: words.push_back("7"); break;
       case ParamKind::Colour: words.push_back("255"); break;
       case ParamKind::Text: words.push_back("Kelvane"); break;
-      case ParamKind::Mask:
-        for (const char* w : {"3", "0", "1", "0", "1", "4", "1", "0", "1", "0"}) words.push_back(w);
-        break;
+      case ParamKind::Mask: words.insert(words.end(), {"3", "0", "1", "0", "1", "4", "1", "0", "1", "0"}); break;
       case ParamKind::Picture: words.push_back("picture"); break;
       case ParamKind::Source: break;
     }
@@ -34,14 +29,12 @@ std::vector<std::string> PlainWords(const FilterMethod& m) {
 }
 
 TEST(CatalogueSweep, EveryMethodRunsAndIsThreadIndependent) {
-  std::mt19937 rng(42);
-  Bits picture = test::MakePicture(61, 47, [&](int, int, int) { return static_cast<int>(rng() & 255); });
+  const Bits picture = test::RandomPicture(61, 47, 42);
   const PictureLoader loader = [&](const std::string&, Bits& out, std::string&) {
     out = test::MakePicture(9, 7, [](int x, int y, int c) { return 30 * x + 11 * y + c; });
     return true;
   };
-  const RectRegion whole = RectRegion::FromRect(0, 0, 61, 47);
-  const RectRegion ellipse = RectRegion::FromEllipse(5, 4, 50, 40);
+  const RectRegion whole = RectRegion::FromRect(0, 0, 61, 47), ellipse = RectRegion::FromEllipse(5, 4, 50, 40);
   for (const FilterMethod& method : FilterMethods()) {
     std::vector<ArgValue> values;
     std::string error;
@@ -51,18 +44,13 @@ TEST(CatalogueSweep, EveryMethodRunsAndIsThreadIndependent) {
       Bits results[2];
       for (int threads : {1, 2}) {
         cBitFilter engine;
-        engine.SetThreadCount(threads);
+        test::Load(engine, picture, region, threads);
         engine.SeedRandom(7);
-        engine.SetBits(picture);
-        engine.BitsRegion(region);
         std::vector<int> reports;
         engine.SetProgressHandler([&](int p) { reports.push_back(p); });
         std::vector<ArgValue> copy = values;
-        MethodResult r = InvokeMethod(engine, method, copy);
-        results[threads - 1] = r.Picture(engine);
-        if (!reports.empty()) {
-          EXPECT_EQ(reports.back(), 100) << method.name;
-        }
+        results[threads - 1] = InvokeMethod(engine, method, copy).Picture(engine);
+        EXPECT_TRUE(reports.empty() || reports.back() == 100) << method.name;
       }
       EXPECT_TRUE(test::SameBits(results[0], results[1])) << method.name;
     }
