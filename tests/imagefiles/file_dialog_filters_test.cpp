@@ -12,121 +12,64 @@ std::string ReplaceOnce(std::string text, const std::string& from, const std::st
   return text;
 }
 
-TEST(FileDialogFilters, OpenFilterHasItsEntriesAndSlips) {
-  const auto entries = SplitFilter(kOpenFilter);
-  ASSERT_EQ(entries.size(), 35u);
-  EXPECT_EQ(entries.front().description, "All Supported Picture Formats");
-  EXPECT_EQ(entries[1].description, "Kelvane Layers Format (*.KLF)");
-  EXPECT_EQ(entries[1].patterns, "*.klf");
-  EXPECT_EQ(entries.back().description, "Raw Data (*.RAW)");
-  EXPECT_EQ(entries.back().patterns, "*.raw");
-  // The slips stay: a comma in the first list, a blank before "*.koa", two
-  // blanks in "Alias  PIX" and "XPM" without its pattern in the caption.
-  EXPECT_NE(entries.front().patterns.find("*.rgb,*.rgba"), std::string::npos);
-  EXPECT_NE(kOpenFilter.find("(*.KOA)| *.koa|"), std::string::npos);
-  EXPECT_NE(kOpenFilter.find("|Alias  PIX (*.PIX)|"), std::string::npos);
-  EXPECT_NE(kOpenFilter.find("|X Pixel Map (XPM)|*.xpm|"), std::string::npos);
-  // Offered, though no decoder takes them.
-  for (const char* p : {"*.rle;", "*.jpe;", "*.ico;", "*.sun;"})
-    EXPECT_NE(entries.front().patterns.find(p), std::string::npos) << p;
-}
-
-// The layer dialog's list is the open list without the layered format, its
-// "*.klf" and "*.ico" patterns, and with the XPM caption mended.
-TEST(FileDialogFilters, OpenImageFilterIsTheOpenFilterLessTheLayers) {
-  std::string expected(kOpenFilter);
-  expected = ReplaceOnce(expected, "|*.klf;*.psp;", "|*.psp;");
-  expected = ReplaceOnce(expected, ";*.ico;", ";");
-  expected = ReplaceOnce(expected, "|Kelvane Layers Format (*.KLF)|*.klf", "");
-  expected = ReplaceOnce(expected, "X Pixel Map (XPM)", "X Pixel Map (*.XPM)");
-  EXPECT_EQ(std::string(kOpenImageFilter), expected);
-  EXPECT_EQ(SplitFilter(kOpenImageFilter).size(), 34u);
-}
-
-TEST(FileDialogFilters, SaveFilters) {
-  const auto save = SplitFilter(kSaveAsFilter);
-  ASSERT_EQ(save.size(), 14u);
-  EXPECT_EQ(save.front().description, "All Supported graphic formats ");
-  EXPECT_EQ(save[3].patterns, "*.jpg;*.jpeg;");
-  EXPECT_EQ(save.back().description, "Raw Data (RAW)");
-
-  const auto layered = SplitFilter(kSaveLayeredFilter);
-  ASSERT_EQ(layered.size(), 14u);
-  EXPECT_EQ(layered[1].description, "Kelvane Layers Format (*.KLF)");
-  EXPECT_EQ(layered.front().patterns.rfind("*.klf;", 0), 0u);
-  // The layered dialog offers no raw data.
-  EXPECT_EQ(kSaveLayeredFilter.find("*.raw"), std::string_view::npos);
-
-  EXPECT_EQ(SaveOptimizedFilter("jpg"), "*.jpg|*.jpg");
-  EXPECT_EQ(kOpenDialogFlags, 0x80800u);
-  EXPECT_EQ(kOpenDefaultExtension, "*.bmp");
-  EXPECT_EQ(kOpenImageDefaultExtension, "*.jpg");
-  EXPECT_EQ(kSaveLayeredDefaultExtension, "*.klf");
-}
-
-// The four texts word for word, joined from pieces so that every character
-// (blanks, commas, the trailing ";" after "*.jpeg") is pinned.
+// The dialog texts word for word, every blank, comma and stray ";" included.
 TEST(FileDialogFilters, TextsWordForWord) {
   const std::string open =
       "All Supported Picture Formats|"
-      "*.klf;*.psp;*.pic;*.pix;*.pxr;*.xpm;*.raw;*.dcx;*.dds;*.lif;*.wal;*.mdl;*.lmp;*.sgi;*.bw;*.rgb,*.rgba;*.bmp;*.pdd;*.vda;*.icb;*.vst;*.rle;*.jpe;*.wbmp;*.dib;*.wmf;*.emf;*.gif;*.jpg;*.jpeg;*.png;*.pcx;*.pbm;*.pgm;*.ppm;*.ico;*.psd;*.jng;*.mng;*.tif;*.koa;*.pcd;*.ras;*.sun;*.tga;*.cut;*.iff;*.lbm|"
+      "*.klf;*.psp;*.pic;*.pix;*.pxr;*.xpm;*.raw;*.dcx;*.dds;*.lif;*.wal;*.mdl;*.lmp;*.sgi;*.bw;*.rgb,*.rgba;*.bmp;"
+      "*.pdd;*.vda;*.icb;*.vst;*.rle;*.jpe;*.wbmp;*.dib;*.wmf;*.emf;*.gif;*.jpg;*.jpeg;*.png;*.pcx;*.pbm;*.pgm;"
+      "*.ppm;*.ico;*.psd;*.jng;*.mng;*.tif;*.koa;*.pcd;*.ras;*.sun;*.tga;*.cut;*.iff;*.lbm|"
       "Kelvane Layers Format (*.KLF)|*.klf|Bitmap Files (*.BMP;*.DIB;*.RLE)|*.bmp;*.dib;*.rle|"
       "Meta Files (*.WMF;*.EMF)|*.wmf;*.emf|Graphical Interface Format(*.GIF)|*.gif|"
       "JPEG Group (*.JPG;*.JPE;*.JPEG)|*.jpg;*.jpe;*.jpeg|Portable Network Graphics (*.PNG)|*.png|"
-      "Zsoft Paintbrush Files (*.PCX, *.DCX)|*.pcx;*.dcx|Wireless Bitmap (*.WBMP)|*.wbmp|"
-      "Portable Bitmap (*.PBM)|*.pbm|Portable Graymap (*.PGM)|*.pgm|Portable Pixelmap (*.PPM)|*.ppm|"
-      "Photoshop (*.PSD;*.PDD)|*.psd;*.pdd|JPEG Network Graphics (*.JNG)|*.jng|"
-      "Multiple Network Graphics (*.MNG)|*.mng|Tagged Image File Format (*.TIF;*.TIFF)|*.tif;*.tiff|"
-      "Commodore 64 Koala format (*.KOA)| *.koa|Kodak PhotoCD (*.PCD)|*.pcd|Sun Rasterfile (*.RAS;*.SUN)|"
-      "*.ras;*.sun|Targa files (*.TGA;*.VDA;*.ICB;*.VST)|*.tga;*.vda;*.icb;*.vst|Dr.Halo bitmap (*.CUT)|"
-      "*.cut|Interchanged File Format (*.IFF)|*.iff|Deluxe Paint package (*.LBM)|*.lbm|"
-      "DirectDraw Surface (*.DDS)|*.dds|Homeworld File (*.LIF)|*.lif|Doom Walls / Flats (*.LMP)|*.lmp|"
-      "Half-Life Model (*.MDL)|*.mdl|PIC (*.PIC)|*.pic|Alias  PIX (*.PIX)|*.pix|Pixar (*.PXR)|*.pxr|"
-      "Silicon Graphics (*.SGI, *.BW, *.RGB, *.RGBA)|*.sgi;*.bw;*.rgb;*.rgba|Quake2 Texture (*.WAL)|*.wal|"
-      "X Pixel Map (XPM)|*.xpm|Paint Shop Pro (*.PSP)|*.psp|Raw Data (*.RAW)|*.raw";
-  const std::string openImage =
-      "All Supported Picture Formats|"
-      "*.psp;*.pic;*.pix;*.pxr;*.xpm;*.raw;*.dcx;*.dds;*.lif;*.wal;*.mdl;*.lmp;*.sgi;*.bw;*.rgb,*.rgba;*.bmp;*.pdd;*.vda;*.icb;*.vst;*.rle;*.jpe;*.wbmp;*.dib;*.wmf;*.emf;*.gif;*.jpg;*.jpeg;*.png;*.pcx;*.pbm;*.pgm;*.ppm;*.psd;*.jng;*.mng;*.tif;*.koa;*.pcd;*.ras;*.sun;*.tga;*.cut;*.iff;*.lbm|"
-      "Bitmap Files (*.BMP;*.DIB;*.RLE)|*.bmp;*.dib;*.rle|Meta Files (*.WMF;*.EMF)|*.wmf;*.emf|"
-      "Graphical Interface Format(*.GIF)|*.gif|JPEG Group (*.JPG;*.JPE;*.JPEG)|*.jpg;*.jpe;*.jpeg|"
-      "Portable Network Graphics (*.PNG)|*.png|Zsoft Paintbrush Files (*.PCX, *.DCX)|*.pcx;*.dcx|"
-      "Wireless Bitmap (*.WBMP)|*.wbmp|Portable Bitmap (*.PBM)|*.pbm|Portable Graymap (*.PGM)|*.pgm|"
-      "Portable Pixelmap (*.PPM)|*.ppm|Photoshop (*.PSD;*.PDD)|*.psd;*.pdd|JPEG Network Graphics (*.JNG)|"
-      "*.jng|Multiple Network Graphics (*.MNG)|*.mng|Tagged Image File Format (*.TIF;*.TIFF)|*.tif;*.tiff|"
-      "Commodore 64 Koala format (*.KOA)| *.koa|Kodak PhotoCD (*.PCD)|*.pcd|Sun Rasterfile (*.RAS;*.SUN)|"
-      "*.ras;*.sun|Targa files (*.TGA;*.VDA;*.ICB;*.VST)|*.tga;*.vda;*.icb;*.vst|Dr.Halo bitmap (*.CUT)|"
-      "*.cut|Interchanged File Format (*.IFF)|*.iff|Deluxe Paint package (*.LBM)|*.lbm|"
-      "DirectDraw Surface (*.DDS)|*.dds|Homeworld File (*.LIF)|*.lif|Doom Walls / Flats (*.LMP)|*.lmp|"
-      "Half-Life Model (*.MDL)|*.mdl|PIC (*.PIC)|*.pic|Alias  PIX (*.PIX)|*.pix|Pixar (*.PXR)|*.pxr|"
-      "Silicon Graphics (*.SGI, *.BW, *.RGB, *.RGBA)|*.sgi;*.bw;*.rgb;*.rgba|Quake2 Texture (*.WAL)|*.wal|"
-      "X Pixel Map (*.XPM)|*.xpm|Paint Shop Pro (*.PSP)|*.psp|Raw Data (*.RAW)|*.raw";
+      "Zsoft Paintbrush Files (*.PCX, *.DCX)|*.pcx;*.dcx|Wireless Bitmap (*.WBMP)|*.wbmp|Portable Bitmap (*.PBM)|"
+      "*.pbm|Portable Graymap (*.PGM)|*.pgm|Portable Pixelmap (*.PPM)|*.ppm|Photoshop (*.PSD;*.PDD)|*.psd;*.pdd|"
+      "JPEG Network Graphics (*.JNG)|*.jng|Multiple Network Graphics (*.MNG)|*.mng|"
+      "Tagged Image File Format (*.TIF;*.TIFF)|*.tif;*.tiff|Commodore 64 Koala format (*.KOA)| *.koa|"
+      "Kodak PhotoCD (*.PCD)|*.pcd|Sun Rasterfile (*.RAS;*.SUN)|*.ras;*.sun|Targa files (*.TGA;*.VDA;*.ICB;*.VST)|"
+      "*.tga;*.vda;*.icb;*.vst|Dr.Halo bitmap (*.CUT)|*.cut|Interchanged File Format (*.IFF)|*.iff|"
+      "Deluxe Paint package (*.LBM)|*.lbm|DirectDraw Surface (*.DDS)|*.dds|Homeworld File (*.LIF)|*.lif|"
+      "Doom Walls / Flats (*.LMP)|*.lmp|Half-Life Model (*.MDL)|*.mdl|PIC (*.PIC)|*.pic|Alias  PIX (*.PIX)|*.pix|"
+      "Pixar (*.PXR)|*.pxr|Silicon Graphics (*.SGI, *.BW, *.RGB, *.RGBA)|*.sgi;*.bw;*.rgb;*.rgba|"
+      "Quake2 Texture (*.WAL)|*.wal|X Pixel Map (XPM)|*.xpm|Paint Shop Pro (*.PSP)|*.psp|Raw Data (*.RAW)|*.raw";
+  EXPECT_EQ(std::string(kOpenFilter), open);
+  // The layer dialog's list: the same without "*.klf", "*.ico" and the layers
+  // row, and with the XPM caption mended.
+  std::string openImage = ReplaceOnce(open, "|*.klf;*.psp;", "|*.psp;");
+  openImage = ReplaceOnce(openImage, ";*.ico;", ";");
+  openImage = ReplaceOnce(openImage, "|Kelvane Layers Format (*.KLF)|*.klf", "");
+  EXPECT_EQ(std::string(kOpenImageFilter), ReplaceOnce(openImage, "X Pixel Map (XPM)", "X Pixel Map (*.XPM)"));
   const std::string saveAs =
       "All Supported graphic formats |"
-      "*.bmp;*.dib;*.rle;*.gif;*.jpg;*.jpeg;*.jpe;*.jif;*.png;*.tga;*.vst;*.vda;*.icb;*.pcx;*.tif;*.pbm;*.pgm;*.ppm;*.psd;*.raw;*.sgi;*.bw;*.rgb;*.rgba|"
-      "Windows Bitmap Files (*.bmp)|*.bmp|Graphical Interface Format (*.GIF)|*.gif|"
-      "Independent JPEG Group (*.JPG;*.JPEG)|*.jpg;*.jpeg;|Portable Network Graphics (*.PNG)|*.png|"
-      "Targa files (*.TGA;*.VDA;*.VST;*.ICB)|*.tga;*.vda;*.vst;*.icb|Zsoft Paintbrush (*.PCX)|*.pcx|"
-      "Tagged Image File Format (*.TIF;*.TIFF)|*.tif;*.tiff|Portable Bitmap(*.PBM)|*.pbm|"
-      "Portable Graymap(*.PGM)|*.pgm|Portable Pixelmap(*.PPM)|*.ppm|PhotoShop (PSD)|*.psd|"
+      "*.bmp;*.dib;*.rle;*.gif;*.jpg;*.jpeg;*.jpe;*.jif;*.png;*.tga;*.vst;*.vda;*.icb;*.pcx;*.tif;*.pbm;*.pgm;"
+      "*.ppm;*.psd;*.raw;*.sgi;*.bw;*.rgb;*.rgba|Windows Bitmap Files (*.bmp)|*.bmp|"
+      "Graphical Interface Format (*.GIF)|*.gif|Independent JPEG Group (*.JPG;*.JPEG)|*.jpg;*.jpeg;|"
+      "Portable Network Graphics (*.PNG)|*.png|Targa files (*.TGA;*.VDA;*.VST;*.ICB)|*.tga;*.vda;*.vst;*.icb|"
+      "Zsoft Paintbrush (*.PCX)|*.pcx|Tagged Image File Format (*.TIF;*.TIFF)|*.tif;*.tiff|Portable Bitmap(*.PBM)|"
+      "*.pbm|Portable Graymap(*.PGM)|*.pgm|Portable Pixelmap(*.PPM)|*.ppm|PhotoShop (PSD)|*.psd|"
       "Silicon Graphics (SGI,BW,RGB,RGBA)|*.sgi;*.bw;*.rgb;*.rgba|Raw Data (RAW)|*.raw";
+  EXPECT_EQ(std::string(kSaveAsFilter), saveAs);
   const std::string saveLayered =
       "All Supported graphic formats |"
-      "*.klf;*.bmp;*.gif;*.jpg;*.jpeg;*.jpe;*.png;*.tga;*.vst;*.vda;*.icb;*.pcx;*.tif;*.tiff;*.pbm;*.pgm;*.ppm;*.psd;*.sgi;*.bw;*.rgb;*.rgba|"
-      "Kelvane Layers Format (*.KLF)|*.klf|Windows Bitmap Files (*.BMP)|*.bmp|"
+      "*.klf;*.bmp;*.gif;*.jpg;*.jpeg;*.jpe;*.png;*.tga;*.vst;*.vda;*.icb;*.pcx;*.tif;*.tiff;*.pbm;*.pgm;*.ppm;"
+      "*.psd;*.sgi;*.bw;*.rgb;*.rgba|Kelvane Layers Format (*.KLF)|*.klf|Windows Bitmap Files (*.BMP)|*.bmp|"
       "Graphical Interface Format (*.GIF)|*.gif|Independent JPEG Group (*.JPG;*.JPEG)|*.jpg;*.jpeg;|"
-      "Portable Network Graphics (*.PNG)|*.png|Targa files (*.TGA;*.VDA;*.VST;*.ICB)|"
-      "*.tga;*.vda;*.vst;*.icb|Zsoft Paintbrush (*.PCX)|*.pcx|Tagged Image File Format (*.TIF;*.TIFF)|"
-      "*.tif;*.tiff|Portable Bitmap(*.PBM)|*.pbm|Portable Graymap(*.PGM)|*.pgm|Portable Pixelmap(*.PPM)|"
-      "*.ppm|PhotoShop (PSD)|*.psd|Silicon Graphics (SGI,BW,RGB,RGBA)|*.sgi;*.bw;*.rgb;*.rgba";
-  EXPECT_EQ(std::string(kOpenFilter), open);
-  EXPECT_EQ(std::string(kOpenImageFilter), openImage);
-  EXPECT_EQ(std::string(kSaveAsFilter), saveAs);
+      "Portable Network Graphics (*.PNG)|*.png|Targa files (*.TGA;*.VDA;*.VST;*.ICB)|*.tga;*.vda;*.vst;*.icb|"
+      "Zsoft Paintbrush (*.PCX)|*.pcx|Tagged Image File Format (*.TIF;*.TIFF)|*.tif;*.tiff|Portable Bitmap(*.PBM)|"
+      "*.pbm|Portable Graymap(*.PGM)|*.pgm|Portable Pixelmap(*.PPM)|*.ppm|PhotoShop (PSD)|*.psd|"
+      "Silicon Graphics (SGI,BW,RGB,RGBA)|*.sgi;*.bw;*.rgb;*.rgba";
   EXPECT_EQ(std::string(kSaveLayeredFilter), saveLayered);
+  EXPECT_EQ(SaveOptimizedFilter("jpg"), "*.jpg|*.jpg");
+
   EXPECT_EQ(kOpenTitle, "Kelvane");
   EXPECT_EQ(kOpenImageTitle, "Open Image as Layer");
   EXPECT_EQ(kSaveAsTitle, "Save as");
   EXPECT_EQ(kSaveOptimizedAsTitle, "Save Optimized as");
   EXPECT_EQ(kSaveLayeredTitle, "Save Layered Image as");
+  EXPECT_EQ(kOpenDefaultExtension, "*.bmp");
+  EXPECT_EQ(kOpenImageDefaultExtension, "*.jpg");
+  EXPECT_EQ(kSaveLayeredDefaultExtension, "*.klf");
+  EXPECT_EQ(kOpenDialogFlags, 0x80800u);
   EXPECT_EQ(kDialogCancelled, 32755);
 }
 
@@ -136,7 +79,11 @@ TEST(FileDialogFilters, SplitFilterKeepsEveryCharacter) {
   EXPECT_EQ(entries[0].description, "A ");
   EXPECT_EQ(entries[0].patterns, "*.a;");
   EXPECT_EQ(entries[1].description, " B");
+  EXPECT_EQ(entries[1].patterns, "*.b");
   EXPECT_TRUE(SplitFilter("lonely").empty());
+  EXPECT_EQ(SplitFilter(kOpenFilter).size(), 35u);
+  EXPECT_EQ(SplitFilter(kOpenImageFilter).size(), 34u);
+  EXPECT_EQ(SplitFilter(kSaveLayeredFilter).size(), 14u);
   std::string joined;
   for (const auto& e : SplitFilter(kSaveAsFilter)) joined += (joined.empty() ? "" : "|") + e.description + "|" + e.patterns;
   EXPECT_EQ(joined, kSaveAsFilter);
