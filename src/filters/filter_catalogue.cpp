@@ -171,6 +171,17 @@ bool ParseMethodArguments(const FilterMethod& method, const std::vector<std::str
   return true;
 }
 
+std::optional<ArgValue> NumberAs(ParamKind kind, int32_t v) {
+  switch (kind) {
+    case ParamKind::Integer: return ArgValue(v);
+    case ParamKind::Number: return ArgValue(static_cast<double>(v));
+    case ParamKind::Boolean: return ArgValue(v != 0);
+    case ParamKind::Byte: return ArgValue(static_cast<uint8_t>(v));
+    case ParamKind::Colour: return ArgValue(Colour{v});
+    default: return std::nullopt;
+  }
+}
+
 MethodResult InvokeMethod(cBitFilter& engine, const FilterMethod& method, std::vector<ArgValue>& values) {
   return method.invoke(engine, values);
 }

@@ -77,6 +77,11 @@ using PictureLoader = std::function<bool(const std::string& path, Bits& out, std
 bool ParseMethodArguments(const FilterMethod& method, const std::vector<std::string>& words, const Bits& input,
                           const PictureLoader& loadPicture, std::vector<ArgValue>& values, std::string& error);
 
+// A whole number of the caller's as a value for a parameter of the given kind
+// (a boolean is v != 0, a byte keeps the low eight bits); nothing when the
+// kind cannot carry a number.
+std::optional<ArgValue> NumberAs(ParamKind kind, int32_t v);
+
 // The three-step pattern: the caller has set the engine's array and region;
 // this calls the method and returns what it gave.
 MethodResult InvokeMethod(cBitFilter& engine, const FilterMethod& method, std::vector<ArgValue>& values);

@@ -10,19 +10,6 @@ namespace {
 
 int32_t Hold(int32_t v, int32_t low, int32_t high) { return v < low ? low : (v > high ? high : v); }
 
-// A number of the caller's for a catalogue parameter of the given kind;
-// nothing when the kind cannot carry one.
-std::optional<ArgValue> NumberAs(ParamKind kind, int32_t v) {
-  switch (kind) {
-    case ParamKind::Integer: return ArgValue(v);
-    case ParamKind::Number: return ArgValue(static_cast<double>(v));
-    case ParamKind::Boolean: return ArgValue(v != 0);
-    case ParamKind::Byte: return ArgValue(static_cast<uint8_t>(v));
-    case ParamKind::Colour: return ArgValue(Colour{v});
-    default: return std::nullopt;
-  }
-}
-
 }  // namespace
 
 OverlayLimits OverlayLimitsFor(const Bits& active) {

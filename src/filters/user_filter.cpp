@@ -23,19 +23,6 @@ bool IsSquare(const FilterMask& mask) {
   return mask.size > 0 && mask.weights.size() == static_cast<size_t>(mask.size) * static_cast<size_t>(mask.size);
 }
 
-// A value of the caller's for a catalogue parameter of the given kind; nothing
-// when the kind cannot carry a number.
-std::optional<ArgValue> NumberAs(ParamKind kind, int32_t v) {
-  switch (kind) {
-    case ParamKind::Integer: return ArgValue(v);
-    case ParamKind::Number: return ArgValue(static_cast<double>(v));
-    case ParamKind::Boolean: return ArgValue(v != 0);
-    case ParamKind::Byte: return ArgValue(static_cast<uint8_t>(v));
-    case ParamKind::Colour: return ArgValue(Colour{v});
-    default: return std::nullopt;
-  }
-}
-
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
 }  // namespace
