@@ -9,6 +9,8 @@
 #include <cstring>
 #include <mutex>
 
+#include "base/numeric.h"
+
 namespace kelvane {
 
 namespace {
@@ -38,16 +40,7 @@ class ConvertedImage {
       image_ = dib;
       return;
     }
-    owned_ = Convert(dib, bpp);
-    if (!owned_ && FreeImage_GetImageType(dib) != FIT_BITMAP) {
-      // 16-bit grey, floating and complex images go through the standard
-      // 8-bit form first.
-      FIBITMAP* standard = FreeImage_ConvertToStandardType(dib, TRUE);
-      if (standard) {
-        owned_ = Convert(standard, bpp);
-        FreeImage_Unload(standard);
-      }
-    }
+    owned_ = ConvertToStandardBitmap(dib, bpp);
     image_ = owned_;
   }
   ~ConvertedImage() {
@@ -58,14 +51,73 @@ class ConvertedImage {
   FIBITMAP* get() const { return image_; }
 
  private:
-  static FIBITMAP* Convert(FIBITMAP* dib, unsigned bpp) {
-    return bpp == 32 ? FreeImage_ConvertTo32Bits(dib) : FreeImage_ConvertTo24Bits(dib);
-  }
   FIBITMAP* image_ = nullptr;
   FIBITMAP* owned_ = nullptr;
 };
 
+FIBITMAP* ConvertBitmap(FIBITMAP* dib, unsigned bpp) {
+  return bpp == 32 ? FreeImage_ConvertTo32Bits(dib) : FreeImage_ConvertTo24Bits(dib);
+}
+
+// Floating samples run from 0 to 1: clamped, scaled to 0..255 and rounded
+// (ties to even). FreeImage has no such conversion to 8-bit samples.
+FIBITMAP* FloatingTo32Bits(FIBITMAP* dib) {
+  FIBITMAP* rgbaf = FreeImage_ConvertToRGBAF(dib);
+  if (!rgbaf) return nullptr;
+  const unsigned w = FreeImage_GetWidth(rgbaf);
+  const unsigned h = FreeImage_GetHeight(rgbaf);
+  FIBITMAP* out = FreeImage_Allocate(static_cast<int>(w), static_cast<int>(h), 32, FI_RGBA_RED_MASK,
+                                     FI_RGBA_GREEN_MASK, FI_RGBA_BLUE_MASK);
+  if (out) {
+    auto to_byte = [](float v) {
+      const double c = std::clamp(static_cast<double>(v), 0.0, 1.0);  // NaN stays NaN
+      return static_cast<uint8_t>(c >= 0.0 && c <= 1.0 ? Round(c * 255.0) : 0);
+    };
+    for (unsigned row = 0; row < h; ++row) {
+      const auto* s = reinterpret_cast<const FIRGBAF*>(FreeImage_GetScanLine(rgbaf, static_cast<int>(row)));
+      uint8_t* d = FreeImage_GetScanLine(out, static_cast<int>(row));
+      for (unsigned x = 0; x < w; ++x, d += 4) {
+        d[FI_RGBA_RED] = to_byte(s[x].red);
+        d[FI_RGBA_GREEN] = to_byte(s[x].green);
+        d[FI_RGBA_BLUE] = to_byte(s[x].blue);
+        d[FI_RGBA_ALPHA] = to_byte(s[x].alpha);
+      }
+    }
+  }
+  FreeImage_Unload(rgbaf);
+  return out;
+}
+
 }  // namespace
+
+FIBITMAP* ConvertToStandardBitmap(FIBITMAP* dib, unsigned bpp) {
+  if (!dib || (bpp != 24 && bpp != 32) || !FreeImage_HasPixels(dib)) return nullptr;
+  const FREE_IMAGE_TYPE type = FreeImage_GetImageType(dib);
+  if (type == FIT_UINT16) {
+    // 16-bit grey keeps its high byte, as FreeImage narrows 16-bit colour
+    // samples; a linear stretch would change the picture's contrast.
+    FIBITMAP* grey = FreeImage_ConvertTo8Bits(dib);
+    if (!grey) return nullptr;
+    FIBITMAP* out = ConvertBitmap(grey, bpp);
+    FreeImage_Unload(grey);
+    return out;
+  }
+  if (FIBITMAP* out = ConvertBitmap(dib, bpp)) return out;
+  if (type == FIT_BITMAP) return nullptr;
+  if (type == FIT_FLOAT || type == FIT_RGBF || type == FIT_RGBAF) {
+    FIBITMAP* bits32 = FloatingTo32Bits(dib);
+    if (!bits32 || bpp == 32) return bits32;
+    FIBITMAP* out = FreeImage_ConvertTo24Bits(bits32);
+    FreeImage_Unload(bits32);
+    return out;
+  }
+  // Other numeric types have no natural range: scaled linearly to 0..255.
+  FIBITMAP* standard = FreeImage_ConvertToStandardType(dib, TRUE);
+  if (!standard) return nullptr;
+  FIBITMAP* out = ConvertBitmap(standard, bpp);
+  FreeImage_Unload(standard);
+  return out;
+}
 
 // ---------------------------------------------------------------------------
 // Error sink

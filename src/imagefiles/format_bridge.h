@@ -44,10 +44,19 @@ void ClearLastFormatError();
 // messages into the error sink (keep-first, text as the library gives it).
 void FreeImageStart();
 
+// A new 24- or 32-bit (bpp) plain bitmap made from any FreeImage image, which
+// the caller unloads; null when the image has no pixels or cannot be
+// converted. Palettes are expanded and 16-bit samples keep their high byte
+// (16-bit grey included); floating samples are clamped to 0..1, scaled to
+// 0..255 and rounded (ties to even); other numeric types are scaled linearly from their minimum and
+// maximum. A 32-bit result carries the image's alpha or transparency, 255
+// where it has none.
+FIBITMAP* ConvertToStandardBitmap(FIBITMAP* dib, unsigned bpp);
+
 // Makes a 32-bit picture from any FreeImage image. A bitmap already held in
 // `bitmap` is released first. Images of other depths or types are converted
-// with FreeImage's 32-bit conversion (an opaque source gets alpha 255); a
-// 32-bit image keeps its fourth byte.
+// by ConvertToStandardBitmap (an opaque source gets alpha 255); a 32-bit image
+// keeps its fourth byte.
 int16_t FreeImage_BMP_From_DIB(FIBITMAP* dib, std::unique_ptr<cAlphaDibSection>& bitmap);
 
 // Makes a 32-bit FreeImage image from a picture of either depth. An image

@@ -73,14 +73,19 @@ std::filesystem::path DevILBridgeFile() { return std::filesystem::path(GetTempFo
 
 namespace {
 
-// What a decoder process sends back: this header, then height rows of
-// 4 * width bytes, FreeImage's 32-bit rows bottom-up.
+// What a decoder process sends back: this header, the text of its error sink
+// (message_size bytes), then height rows of 4 * width bytes, FreeImage's
+// 32-bit rows bottom-up. No image: width and height 0, no rows.
 struct DecodeAnswer {
-  uint32_t magic = 0x4B4C4431;  // "KLD1"
+  uint32_t magic = 0x4B4C4432;  // "KLD2"
   int32_t width = 0;
   int32_t height = 0;
   int32_t depth = 0;
+  uint32_t message_size = 0;
 };
+
+// The longest library message passed on from a decoder process.
+constexpr size_t kMaxForwardedMessage = 1024;
 
 struct ImageHolder {
   FIBITMAP* dib = nullptr;
@@ -138,31 +143,30 @@ bool IffFormIsWhole(const std::filesystem::path& path) {
   return static_cast<uint64_t>(BigEndian32(head + 4)) + 8 <= size;
 }
 
-// Inside a decoder process: ship the image's 32-bit form to the parent.
+// Inside a decoder process: ship the library's message, if any, and the
+// image's 32-bit form to the parent. True when an image was sent.
 bool SendImage(int fd, FIBITMAP* dib) {
-  if (!dib || !FreeImage_HasPixels(dib)) return false;
   DecodeAnswer answer;
-  answer.depth = static_cast<int32_t>(FreeImage_GetBPP(dib));
-  ImageHolder owned;
-  FIBITMAP* bits32 = dib;
-  if (FreeImage_GetImageType(dib) != FIT_BITMAP || FreeImage_GetBPP(dib) != 32) {
-    owned.dib = FreeImage_ConvertTo32Bits(dib);
-    if (!owned.dib && FreeImage_GetImageType(dib) != FIT_BITMAP) {
-      // 16-bit grey, floating and complex images go through the standard
-      // 8-bit form first, as the bridge does.
-      ImageHolder standard(FreeImage_ConvertToStandardType(dib, TRUE));
-      if (standard.dib) owned.dib = FreeImage_ConvertTo32Bits(standard.dib);
+  std::string message = LastFormatError();
+  if (message.size() > kMaxForwardedMessage) message.resize(kMaxForwardedMessage);
+  answer.message_size = static_cast<uint32_t>(message.size());
+  ImageHolder bits32;
+  if (dib && FreeImage_HasPixels(dib)) {
+    bits32.dib = ConvertToStandardBitmap(dib, 32);
+    if (bits32.dib) {
+      answer.depth = static_cast<int32_t>(FreeImage_GetBPP(dib));
+      answer.width = static_cast<int32_t>(FreeImage_GetWidth(bits32.dib));
+      answer.height = static_cast<int32_t>(FreeImage_GetHeight(bits32.dib));
     }
-    bits32 = owned.dib;
   }
-  if (!bits32) return false;
-  answer.width = static_cast<int32_t>(FreeImage_GetWidth(bits32));
-  answer.height = static_cast<int32_t>(FreeImage_GetHeight(bits32));
-  if (answer.width < 1 || answer.height < 1) return false;
+  const bool has_image = answer.width > 0 && answer.height > 0;
+  if (!has_image) answer.width = answer.height = answer.depth = 0;
   if (!WriteAllToDescriptor(fd, &answer, sizeof answer)) return false;
+  if (!WriteAllToDescriptor(fd, message.data(), message.size())) return false;
+  if (!has_image) return false;
   const size_t row_bytes = static_cast<size_t>(answer.width) * 4;
   for (int32_t row = 0; row < answer.height; ++row)
-    if (!WriteAllToDescriptor(fd, FreeImage_GetScanLine(bits32, row), row_bytes)) return false;
+    if (!WriteAllToDescriptor(fd, FreeImage_GetScanLine(bits32.dib, row), row_bytes)) return false;
   return true;
 }
 
@@ -232,23 +236,34 @@ BitmapHandle DecodeInChild(const std::filesystem::path& path, const std::functio
   ByteVector answer_bytes;
   const bool finished = RunInDecoderProcess(
       [&](int fd) {
+        // The child's sink starts empty, so that it holds only what this
+        // decode said.
+        ClearLastFormatError();
         ImageHolder image(decode());
         return SendImage(fd, image.dib);
       },
       answer_bytes);
-  if (!finished || answer_bytes.size() < sizeof(DecodeAnswer)) return nullptr;
+  if (answer_bytes.size() < sizeof(DecodeAnswer)) return nullptr;
   DecodeAnswer answer;
   std::memcpy(&answer, answer_bytes.data(), sizeof answer);
-  if (answer.magic != DecodeAnswer{}.magic || answer.width < 1 || answer.height < 1 ||
-      answer.width > std::numeric_limits<int16_t>::max() || answer.height > std::numeric_limits<int16_t>::max())
+  if (answer.magic != DecodeAnswer{}.magic || answer.message_size > kMaxForwardedMessage ||
+      answer_bytes.size() < sizeof answer + answer.message_size)
+    return nullptr;
+  // The library's own message, kept as the first of its chain.
+  if (answer.message_size > 0)
+    SetLastFormatError(std::string_view(reinterpret_cast<const char*>(answer_bytes.data()) + sizeof answer,
+                                        answer.message_size));
+  if (!finished || answer.width < 1 || answer.height < 1 || answer.width > std::numeric_limits<int16_t>::max() ||
+      answer.height > std::numeric_limits<int16_t>::max())
     return nullptr;
   const size_t row_bytes = static_cast<size_t>(answer.width) * 4;
-  if (answer_bytes.size() != sizeof answer + row_bytes * static_cast<size_t>(answer.height)) return nullptr;
+  const size_t header_bytes = sizeof answer + answer.message_size;
+  if (answer_bytes.size() != header_bytes + row_bytes * static_cast<size_t>(answer.height)) return nullptr;
 
   ImageHolder image(FreeImage_Allocate(answer.width, answer.height, 32, FI_RGBA_RED_MASK, FI_RGBA_GREEN_MASK,
                                        FI_RGBA_BLUE_MASK));
   if (!image.dib) return nullptr;
-  const uint8_t* rows = answer_bytes.data() + sizeof answer;
+  const uint8_t* rows = answer_bytes.data() + header_bytes;
   for (int32_t row = 0; row < answer.height; ++row)
     std::memcpy(FreeImage_GetScanLine(image.dib, row), rows + row_bytes * static_cast<size_t>(row), row_bytes);
   std::unique_ptr<cAlphaDibSection> bitmap;
@@ -271,8 +286,8 @@ BitmapHandle LoadImageFile(const std::filesystem::path& path, std::string_view e
     // The bridge is a fixed name that other instances use too.
     lock = std::make_unique<TempFolderLock>();
     decode = [&]() -> FIBITMAP* {
-      std::error_code ec;
-      std::filesystem::remove(bridge, ec);
+      // A file that DevIL cannot load or write leaves the bridge as it was
+      // and is not read back: the stale picture never passes for this one.
       if (!DevILConvertFile(path, kDevILBmp, bridge)) return nullptr;
       return FreeImage_Load(FIF_BMP, bridge.string().c_str(), 0);
     };
@@ -302,20 +317,19 @@ BitmapHandle LoadImageFile(const std::filesystem::path& path, std::string_view e
 
 BitmapHandle LoadPlatformPicture(const std::filesystem::path& path, std::string_view extension, int32_t* depth) {
   const std::string ext = LowerCaseExtension(extension);
+  if (!IsPlatformPictureExtension(ext)) return nullptr;
+  const bool metafile = ext == "wmf" || ext == "emf";
+  if (metafile && !MetafileRenderingAvailable()) return nullptr;
   const std::string name = path.string();
-  std::function<FIBITMAP*()> decode;
-  if (ext == "gif") {
-    decode = [&]() { return FreeImage_Load(FIF_GIF, name.c_str(), GIF_DEFAULT); };
-  } else if (ext == "bmp") {
-    decode = [&]() { return FreeImage_Load(FIF_BMP, name.c_str(), BMP_DEFAULT); };
-  } else if (ext == "dib") {
-    decode = [&]() { return LoadDib(path); };
-  } else if (ext == "wmf" || ext == "emf") {
-    if (!MetafileRenderingAvailable()) return nullptr;
-    decode = [&]() { return RenderMetafile(path, ext == "emf"); };
-  } else {
+  // The picture loader knows a bitmap, a GIF or a JPEG by its bytes, whatever
+  // the name says; anything else is read as its extension says.
+  const std::function<FIBITMAP*()> decode = [&]() -> FIBITMAP* {
+    const FREE_IMAGE_FORMAT found = FreeImage_GetFileType(name.c_str(), 0);
+    if (found == FIF_BMP || found == FIF_GIF || found == FIF_JPEG) return FreeImage_Load(found, name.c_str(), 0);
+    if (metafile) return RenderMetafile(path, ext == "emf");
+    if (ext == "dib") return LoadDib(path);
     return nullptr;
-  }
+  };
   int32_t found_depth = 0;
   BitmapHandle bitmap = DecodeInChild(path, decode, found_depth);
   if (bitmap && depth) *depth = found_depth;

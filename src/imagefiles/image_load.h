@@ -10,16 +10,20 @@
 //    type FreeImage detects in the file. The DevIL row loads through DevIL
 //    and passes the picture to FreeImage through the bridge file
 //    DevILBridgeFile(), a BMP written by DevIL and read back by
-//    FreeImage_LoadBMP. The bridge stays on disk after use. It is deleted
-//    before DevIL writes it, so a stale bridge is never read for a new file.
+//    FreeImage_LoadBMP. The bridge stays on disk after use and is
+//    overwritten by the next DevIL decode. When DevIL cannot load a file (or
+//    write the bridge) the bridge is not read, so a stale picture never passes
+//    for a new file.
 //  - Multi-image files give their first image.
 //  - Every decode runs in a decoder process (decoder_process.h): a damaged,
 //    truncated, foreign or empty file, a folder or an unreadable file gives a
-//    null handle and nothing else. LoadImageFile reports no error; the
-//    bridge's error sink may hold a message.
-//  - The result is a 32-bit picture: FreeImage's own 32-bit conversion of the
-//    decoded image (palettes expanded, an alpha channel or transparency kept
-//    in the fourth byte, 16-bit samples scaled), made into our picture type by
+//    null handle and nothing else. LoadImageFile reports no error itself;
+//    the messages the libraries gave during the decode reach the bridge's
+//    error sink (keep-first, see format_bridge.h).
+//  - The result is a 32-bit picture: the 32-bit conversion of the decoded
+//    image (ConvertToStandardBitmap of format_bridge.h: palettes
+//    expanded, an alpha channel or transparency kept in the fourth byte,
+//    16-bit samples narrowed to their high byte), made into our picture type by
 //    FreeImage_BMP_From_DIB. On success LoadedWidth and LoadedHeight are its
 //    size and LoadedDepth the bits per pixel FreeImage reported for the
 //    decoded image before any conversion. On failure they keep their values.
@@ -92,12 +96,14 @@ std::filesystem::path DevILBridgeFile();
 BitmapHandle LoadImageFile(const std::filesystem::path& path, std::string_view extension);
 
 // The platform's picture loader, as loadBitmap uses it for "gif", "wmf",
-// "emf", "dib" and "bmp" (any case; other extensions give null). On this
-// platform: FreeImage for "gif" (first frame), "bmp" and "dib" (a "dib" may
-// also be a bare device-independent bitmap without the 14-byte file header);
-// the metafile types through metafile_render.h when it was built in, else
-// null. Runs in a decoder process. Does not touch the shared load state;
-// `depth`, when given, receives the decoded image's bits per pixel.
+// "emf", "dib" and "bmp" (any case; other extensions give null). Like the
+// platform's, it knows a BMP, a GIF (first frame) or a JPEG by its bytes,
+// whichever of the five names it has (FreeImage reads them, flags 0); other
+// contents go by the extension: a "dib" may be a bare device-independent
+// bitmap without the 14-byte file header, and "wmf" and "emf" are rendered
+// by metafile_render.h when it was built in (else null). Runs in a decoder
+// process. Does not touch the shared load state; `depth`, when given,
+// receives the decoded image's bits per pixel.
 BitmapHandle LoadPlatformPicture(const std::filesystem::path& path, std::string_view extension,
                                  int32_t* depth = nullptr);
 

@@ -5,6 +5,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <limits>
 #include <mutex>
 
 #include "base/numeric.h"
@@ -127,40 +128,46 @@ void FitSize(int32_t width, int32_t height, int32_t maxWidth, int32_t maxHeight,
 // Building the document
 
 bool BuildDocumentPicture(const std::string& path, std::string_view extension, Bits& picture) {
+  constexpr int16_t kLargest = std::numeric_limits<int16_t>::max();
   const std::string ext = LowerCaseExtension(extension);
+  // The shared size is carried one above the picture's while the hidden
+  // picture box is sized and set back after the drawing, so that a
+  // successful build leaves the true size in it and a failed one leaves it
+  // raised by one.
   BitmapHandle bitmap;
-  int32_t width = 0;
-  int32_t height = 0;
   if (IsPlatformPictureExtension(ext)) {
     bitmap = LoadPlatformPicture(path, ext);
+    if (bitmap && (bitmap->Width() >= kLargest || bitmap->Height() >= kLargest)) bitmap.reset();
     if (bitmap) {
-      width = bitmap->Width();
-      height = bitmap->Height();
+      LoadedWidth = static_cast<int16_t>(bitmap->Width() + 1);
+      LoadedHeight = static_cast<int16_t>(bitmap->Height() + 1);
     }
   } else {
+    if (LoadedWidth == kLargest || LoadedHeight == kLargest) return false;  // the raise would overflow
+    LoadedWidth = static_cast<int16_t>(LoadedWidth + 1);
+    LoadedHeight = static_cast<int16_t>(LoadedHeight + 1);
     bitmap = hLoadedBitmap;
-    width = LoadedWidth;
-    height = LoadedHeight;
-  }
-  if (!bitmap || width < 1 || height < 1) {
-    // The decoder copy fails on an empty handle and says so in the sink.
-    FIBITMAP* none = nullptr;
-    FreeImage_DIB_From_BMP(nullptr, none);
-    return false;
   }
 
-  // Every source is drawn as 24 bits into the document's hidden picture, which
-  // SetPicture then takes into Bits.
+  // The decoder copy; it fails on an empty handle and says so in the sink.
   FreeImageStart();
   FIBITMAP* decoded = nullptr;
   if (FreeImage_DIB_From_BMP(bitmap.get(), decoded) != kFormatTrue) return false;
+  // Every source, also those of the platform road, is flattened to 24 bits
+  // and drawn at its own size into the top-left of the document's hidden
+  // picture, which SetPicture then takes into Bits.
   FIBITMAP* flat = FreeImage_ConvertTo24Bits(decoded);
   FreeImage_Unload(decoded);
   if (!flat) return false;
+  const int width = LoadedWidth - 1;
+  const int height = LoadedHeight - 1;
   cDIBSection iSrc;
-  bool drawn = iSrc.Create(width, height) && FreeImage_RenderDIB(flat, &iSrc, 0, 0, -1, -1) == kFormatTrue;
+  const bool drawn = width >= 1 && height >= 1 && iSrc.Create(width, height) &&
+                     FreeImage_RenderDIB(flat, &iSrc, 0, 0, -1, -1) == kFormatTrue;
   FreeImage_Unload(flat);
   if (!drawn) return false;
+  LoadedWidth = static_cast<int16_t>(width);
+  LoadedHeight = static_cast<int16_t>(height);
   picture = iSrc.ToBits();
   return true;
 }

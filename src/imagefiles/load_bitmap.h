@@ -88,12 +88,18 @@ void FitSize(int32_t width, int32_t height, int32_t maxWidth, int32_t maxHeight,
 // ---------------------------------------------------------------------------
 // Building the document
 
-// The picture step of loadBitmap (its steps 4 to 11): for "gif", "wmf",
-// "emf", "dib" and "bmp" the platform's picture loader reads the file; for
-// every other extension the picture is hLoadedBitmap, which the caller has
-// set with LoadImageFile beforehand. The picture is flattened to 24 bits and
-// becomes a Bits array. False, with `picture` untouched, when there is no
-// picture to take.
+// The picture step of loadBitmap: for "gif", "wmf", "emf", "dib" and "bmp"
+// (any case) the platform's picture loader reads the file and its size is
+// the picture's; for every other extension the picture is hLoadedBitmap,
+// which the caller has set with LoadImageFile beforehand, and the size is
+// LoadedWidth x LoadedHeight. The picture is flattened to 24 bits, drawn at
+// its own size into the top-left of a picture of that size (clipped, the
+// rest black) and becomes a Bits array. On success LoadedWidth and
+// LoadedHeight hold the document's size. False, with `picture` untouched,
+// when there is no picture to take; on the LoadImageFile road LoadedWidth
+// and LoadedHeight are then left one above what they were, and with no
+// picture at all "[FreeImage_DIB_From_BMP] No bitmap specified to convert"
+// goes to the error sink.
 bool BuildDocumentPicture(const std::string& path, std::string_view extension, Bits& picture);
 
 struct LoadBitmapResult {

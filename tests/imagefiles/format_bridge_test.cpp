@@ -297,6 +297,95 @@ TEST_F(FormatBridge, BitmapInfoHeaderAndBits) {
   EXPECT_TRUE(GetBitmapBits(nullptr, 3, 5).empty());
 }
 
+// The 24- and 32-bit forms of the image types the decoders give, each
+// value worked out by hand.
+TEST_F(FormatBridge, StandardBitmapsFromEveryImageType) {
+  // 16-bit grey: the high byte, however narrow the range the picture uses.
+  Dib grey(FreeImage_AllocateT(FIT_UINT16, 3, 1));
+  auto* g = reinterpret_cast<uint16_t*>(FreeImage_GetScanLine(grey.p, 0));
+  g[0] = 0x01E0;  // 480 -> 1
+  g[1] = 0x12FF;  // -> 0x12
+  g[2] = 0xFFFF;  // -> 255
+  for (unsigned bpp : {24u, 32u}) {
+    Dib out(ConvertToStandardBitmap(grey.p, bpp));
+    ASSERT_NE(out.p, nullptr);
+    EXPECT_EQ(FreeImage_GetImageType(out.p), FIT_BITMAP);
+    EXPECT_EQ(FreeImage_GetBPP(out.p), bpp);
+    const uint8_t* line = FreeImage_GetScanLine(out.p, 0);
+    const int step = static_cast<int>(bpp / 8);
+    const uint8_t expected[3] = {1, 0x12, 255};
+    for (int x = 0; x < 3; ++x) {
+      EXPECT_EQ(line[step * x + FI_RGBA_BLUE], expected[x]);
+      EXPECT_EQ(line[step * x + FI_RGBA_GREEN], expected[x]);
+      EXPECT_EQ(line[step * x + FI_RGBA_RED], expected[x]);
+      if (bpp == 32) {
+        EXPECT_EQ(line[step * x + FI_RGBA_ALPHA], 255);
+      }
+    }
+  }
+
+  // 16 bits per colour sample: high bytes, alpha kept.
+  Dib rgba16(FreeImage_AllocateT(FIT_RGBA16, 1, 1));
+  auto* q = reinterpret_cast<FIRGBA16*>(FreeImage_GetScanLine(rgba16.p, 0));
+  *q = FIRGBA16{0xABCD, 0x0102, 0xFF00, 0x7F80};
+  Dib q32(ConvertToStandardBitmap(rgba16.p, 32));
+  ASSERT_NE(q32.p, nullptr);
+  const uint8_t* p = FreeImage_GetScanLine(q32.p, 0);
+  EXPECT_EQ(p[FI_RGBA_RED], 0xAB);
+  EXPECT_EQ(p[FI_RGBA_GREEN], 0x01);
+  EXPECT_EQ(p[FI_RGBA_BLUE], 0xFF);
+  EXPECT_EQ(p[FI_RGBA_ALPHA], 0x7F);
+
+  // Floating samples: clamped to 0..1, times 255, rounded (0.5 gives the one
+  // tie a float can hold).
+  Dib rgbf(FreeImage_AllocateT(FIT_RGBAF, 2, 1));
+  auto* f = reinterpret_cast<FIRGBAF*>(FreeImage_GetScanLine(rgbf.p, 0));
+  f[0] = FIRGBAF{0.5f, -3.0f, 7.0f, 1.0f};  // 127.5 -> 128, 0, 255, 255
+  f[1] = FIRGBAF{0.25f, 0.75f, 0.2f, 0.0f};  // 63.75 -> 64, 191.25 -> 191, 51, 0
+  Dib f32(ConvertToStandardBitmap(rgbf.p, 32));
+  ASSERT_NE(f32.p, nullptr);
+  const uint8_t* fp = FreeImage_GetScanLine(f32.p, 0);
+  const uint8_t expected_f[8] = {255, 0, 128, 255, 51, 191, 64, 0};  // blue, green, red, alpha
+  for (int i = 0; i < 8; ++i) EXPECT_EQ(fp[i], expected_f[i]) << i;
+  Dib f24(ConvertToStandardBitmap(rgbf.p, 24));
+  ASSERT_NE(f24.p, nullptr);
+  EXPECT_EQ(FreeImage_GetBPP(f24.p), 24u);
+  EXPECT_EQ(FreeImage_GetScanLine(f24.p, 0)[FI_RGBA_RED], 128);
+
+  // Whole numbers without a natural range: stretched from minimum to maximum.
+  Dib ints(FreeImage_AllocateT(FIT_INT32, 3, 1));
+  auto* n = reinterpret_cast<int32_t*>(FreeImage_GetScanLine(ints.p, 0));
+  n[0] = -1000;
+  n[1] = 0;
+  n[2] = 1000;
+  Dib n24(ConvertToStandardBitmap(ints.p, 24));
+  ASSERT_NE(n24.p, nullptr);
+  EXPECT_EQ(FreeImage_GetScanLine(n24.p, 0)[0], 0);
+  EXPECT_EQ(FreeImage_GetScanLine(n24.p, 0)[6], 255);
+
+  // A plain bitmap is converted as FreeImage converts it; nothing comes of
+  // no image, an image without pixels, or a depth other than 24 and 32.
+  Dib pal(FreeImage_Allocate(1, 1, 8));
+  FreeImage_GetPalette(pal.p)[0] = RGBQUAD{1, 2, 3, 0};
+  Dib pal24(ConvertToStandardBitmap(pal.p, 24));
+  ASSERT_NE(pal24.p, nullptr);
+  EXPECT_EQ(FreeImage_GetScanLine(pal24.p, 0)[FI_RGBA_BLUE], 1);
+  EXPECT_EQ(FreeImage_GetScanLine(pal24.p, 0)[FI_RGBA_RED], 3);
+  EXPECT_EQ(ConvertToStandardBitmap(nullptr, 32), nullptr);
+  EXPECT_EQ(ConvertToStandardBitmap(pal.p, 16), nullptr);
+  Dib header_only(
+      FreeImage_Load(FIF_PNG, test::DataFile("png-rgba-8bit-32x32.png").string().c_str(), FIF_LOAD_NOPIXELS));
+  ASSERT_NE(header_only.p, nullptr);
+  EXPECT_EQ(ConvertToStandardBitmap(header_only.p, 32), nullptr);
+
+  // The bridge's picture of a 16-bit grey image goes the same way.
+  std::unique_ptr<cAlphaDibSection> bitmap;
+  ASSERT_EQ(FreeImage_BMP_From_DIB(grey.p, bitmap), -1);
+  EXPECT_EQ(bitmap->ScanLine(0)[0], 1);
+  EXPECT_EQ(bitmap->ScanLine(0)[4], 0x12);
+  EXPECT_EQ(LastFormatError(), "");
+}
+
 TEST_F(FormatBridge, LibraryMessagesReachTheSink) {
   test::TempDir dir;
   const std::string missing = (dir / "absent.png").string();

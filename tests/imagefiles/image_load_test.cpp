@@ -6,6 +6,7 @@
 #include <map>
 
 #include "image_load_test_support.h"
+#include "imagefiles/format_bridge.h"
 #include "imagefiles/load_bitmap.h"
 #include "imagefiles/metafile_render.h"
 #include "imagefiles/picture_io.h"
@@ -78,6 +79,7 @@ const SampleCase kTableSamples[] = {
     {"jpg-grayscale-128x128.jpg", true, 8},
     {"jpg-cmyk-adobe-100x100.jpg", true, 0},
     {"jpeg-progressive-444-240x192.jpeg", true, 24},
+    {"pcd-photocd-base-768x512.pcd", true, 24},
     {"mng-gray-alpha-14frames-100x100.mng", true, 0},
     {"mng-palette-alpha-20frames-101x127.mng", true, 0},
     {"jng-color-alpha-idat-70x46.jng", true, 32},
@@ -133,6 +135,7 @@ const SampleCase kTableSamples[] = {
     {"pic-softimage-rgba-rle-4x4.pic", true, 0},
     {"pxr-pixar-rgb-128x128.pxr", true, 0},
     {"wal-quake2-128x128.wal", true, 0},
+    {"psp-v6-rle-3layers-962x599.psp", true, 0},
     // Files the DevIL in use cannot read: a Quake 1 model (its MDL reader is
     // for Half-Life models), a Paint Shop Pro 7 file, this DCX, and files on
     // which its readers crash or give up (the decoder process absorbs that).
@@ -247,6 +250,99 @@ TEST(ImageLoadFile, OpaquePixelsMatchUpstreamReferences) {
   }
 }
 
+// Counts the pixels of a document picture that differ from a hand decode, and
+// of its spare channel that are not 0 (every document is flattened to 24 bits).
+int DifferencesFromHandDecode(const Bits& picture, const test::HandDecoded& hand) {
+  int differences = 0;
+  for (int y = 0; y < hand.height; ++y)
+    for (int x = 0; x < hand.width; ++x) {
+      for (int c = 0; c < 3; ++c) differences += picture.At(c, x, y) != hand.At(x, y)[c];
+      differences += picture.At(3, x, y) != 0;
+    }
+  return differences;
+}
+
+// Simple formats read straight from their bytes by the test, compared pixel
+// for pixel with the documents both roads build from them.
+TEST(ImageLoadFile, HandDecodedSamplesMatchPixelForPixel) {
+  test::PrivateTempFolder temp;
+  for (const char* name : {"pbm-ascii-p1-70x46.pbm", "pbm-binary-p4-14x16.pbm", "pgm-binary-p5-comment-128x128.pgm",
+                           "pgm-16bit-binary-20x100.pgm", "ppm-ascii-p3-70x46.ppm", "ppm-binary-p6-157x151.ppm",
+                           "bmp-24bit-oddwidth-119x96.bmp", "bmp-8bit-topdown.bmp"}) {
+    SCOPED_TRACE(name);
+    const ByteVector bytes = test::FileBytes(DataFile(name));
+    const std::string ext = test::ExtensionOfName(name);
+    const test::HandDecoded hand = ext == "bmp" ? test::DecodeBmpByHand(bytes) : test::DecodeNetpbmByHand(bytes);
+    ASSERT_GT(hand.width, 0);
+    const auto size = test::ManifestSize(name);
+    ASSERT_TRUE(size);
+    ASSERT_EQ(hand.width, size->first);
+    ASSERT_EQ(hand.height, size->second);
+
+    // The table road: the decoded picture, then the document built from it.
+    hLoadedBitmap = LoadImageFile(DataFile(name), ext);
+    ASSERT_TRUE(hLoadedBitmap);
+    int differences = 0;
+    for (int y = 0; y < hand.height; ++y)
+      for (int x = 0; x < hand.width; ++x)
+        for (int c = 0; c < 3; ++c) differences += hLoadedBitmap->RowFromTop(y)[4 * x + c] != hand.At(x, y)[c];
+    EXPECT_EQ(differences, 0);
+    if (ext != "bmp") {
+      Bits picture;
+      ASSERT_TRUE(BuildDocumentPicture(DataFile(name).string(), ext, picture));
+      ASSERT_EQ(picture.Width(), hand.width);
+      ASSERT_EQ(picture.Height(), hand.height);
+      EXPECT_EQ(DifferencesFromHandDecode(picture, hand), 0);
+    }
+  }
+  // A "bmp" document comes from the platform road, which reads the file again.
+  for (const char* name : {"bmp-24bit-oddwidth-119x96.bmp", "bmp-8bit-topdown.bmp"}) {
+    SCOPED_TRACE(name);
+    const test::HandDecoded hand = test::DecodeBmpByHand(test::FileBytes(DataFile(name)));
+    hLoadedBitmap = nullptr;
+    Bits picture;
+    ASSERT_TRUE(BuildDocumentPicture(DataFile(name).string(), "bmp", picture));
+    ASSERT_EQ(picture.Width(), hand.width);
+    ASSERT_EQ(picture.Height(), hand.height);
+    EXPECT_EQ(DifferencesFromHandDecode(picture, hand), 0);
+  }
+}
+
+// 16-bit grey keeps the high byte of each sample, whatever range the picture
+// uses: the dark TIFF (samples near 480 of 65535) stays dark instead of
+// being stretched to full contrast.
+TEST(ImageLoadFile, SixteenBitGreyKeepsItsHighByte) {
+  for (const auto& [name, fif] : {std::pair{"tif-gray16-bigendian-64x64.tif", FIF_TIFF},
+                                  std::pair{"png-gray-16bit-32x32.png", FIF_PNG}}) {
+    SCOPED_TRACE(name);
+    // The raw samples as the library stores them, narrowed here.
+    FIBITMAP* raw = FreeImage_Load(fif, DataFile(name).string().c_str(), 0);
+    ASSERT_NE(raw, nullptr);
+    ASSERT_EQ(FreeImage_GetImageType(raw), FIT_UINT16);
+    const int w = static_cast<int>(FreeImage_GetWidth(raw));
+    const int h = static_cast<int>(FreeImage_GetHeight(raw));
+    std::vector<uint8_t> expected(static_cast<size_t>(w) * h);
+    for (int y = 0; y < h; ++y) {
+      const auto* line = reinterpret_cast<const uint16_t*>(FreeImage_GetScanLine(raw, h - 1 - y));
+      for (int x = 0; x < w; ++x) expected[static_cast<size_t>(y) * w + x] = static_cast<uint8_t>(line[x] >> 8);
+    }
+    FreeImage_Unload(raw);
+
+    hLoadedBitmap = LoadImageFile(DataFile(name), test::ExtensionOfName(name));
+    ASSERT_TRUE(hLoadedBitmap);
+    EXPECT_EQ(LoadedDepth, 16);
+    Bits picture;
+    ASSERT_TRUE(BuildDocumentPicture(DataFile(name).string(), test::ExtensionOfName(name), picture));
+    ASSERT_EQ(picture.Width(), w);
+    ASSERT_EQ(picture.Height(), h);
+    int differences = 0;
+    for (int y = 0; y < h; ++y)
+      for (int x = 0; x < w; ++x)
+        for (int c = 0; c < 3; ++c) differences += picture.At(c, x, y) != expected[static_cast<size_t>(y) * w + x];
+    EXPECT_EQ(differences, 0);
+  }
+}
+
 // A Quake 2 texture holds palette indices only. The DevIL in use colours them
 // with a palette of its own, not the game's, so the colours differ from the
 // reference; the indices are right when every reference colour comes out as
@@ -316,9 +412,50 @@ TEST(ImageLoadDevIL, TheBridgeIsAFileLeftInTheTempFolder) {
   EXPECT_EQ(test::Le32At(bytes, 18), 128u);
   EXPECT_EQ(std::abs(static_cast<int32_t>(test::Le32At(bytes, 22))), 128);
 
-  // A file DevIL cannot read must not bring back the stale bridge picture.
+  // A file DevIL cannot read leaves the bridge as it was and must not bring
+  // the stale picture back.
+  LoadedWidth = -5;
   EXPECT_FALSE(LoadImageFile(DataFile("mdl-quake1-skin216x164-7frames.mdl"), "mdl"));
-  EXPECT_FALSE(std::filesystem::exists(bridge));
+  EXPECT_EQ(LoadedWidth, -5);
+  EXPECT_EQ(test::FileBytes(bridge), bytes);
+
+  // The next DevIL decode overwrites it; the size and depth reported are
+  // those of the BMP that FreeImage reads back.
+  ASSERT_TRUE(LoadImageFile(DataFile("sgi-rgb8-rle-70x46.sgi"), "SGI"));
+  bytes = test::FileBytes(bridge);
+  ASSERT_GE(bytes.size(), 54u);
+  EXPECT_EQ(test::Le32At(bytes, 18), 70u);
+  EXPECT_EQ(std::abs(static_cast<int32_t>(test::Le32At(bytes, 22))), 46);
+  EXPECT_EQ(LoadedWidth, 70);
+  EXPECT_EQ(LoadedHeight, 46);
+  EXPECT_EQ(LoadedDepth, test::Le16At(bytes, 28));
+}
+
+// A decode that fails inside its decoder process still passes the library's
+// own complaint on to the error sink, where it stays the first message.
+TEST(ImageLoadFile, LibraryMessagesOfAFailedDecodeReachTheSink) {
+  test::TempDir dir;
+  const ByteVector png = test::FileBytes(DataFile("png-rgb-8bit-trns.png"));
+  ASSERT_TRUE(WriteFileAtomically(dir / "cut.png", ByteVector(png.begin(), png.begin() + 800)));
+  ClearLastFormatError();
+  EXPECT_FALSE(LoadImageFile(dir / "cut.png", "png"));
+  const std::string first = LastFormatError();
+  EXPECT_FALSE(first.empty());
+  EXPECT_EQ(first.find("[FreeImage_"), std::string::npos) << first;  // the library's text, not ours
+  // The later failure of the document's decoder copy does not replace it.
+  test::PrivateTempFolder temp;
+  StartRecord settings = DefaultStartRecord("/opt/kelvane");
+  hLoadedBitmap = nullptr;
+  EXPECT_EQ(loadBitmap((dir / "cut.png").string(), "png", {}, settings).outcome, LoadBitmapResult::Outcome::Failed);
+  EXPECT_EQ(LastFormatError(), first);
+
+  // A sound decode leaves an empty sink empty; an extension in no row says
+  // nothing at all.
+  ClearLastFormatError();
+  EXPECT_TRUE(LoadImageFile(DataFile("png-rgba-8bit-32x32.png"), "png"));
+  EXPECT_FALSE(LoadImageFile(DataFile("jpe-baseline-420-480x360.jpe"), "jpe"));
+  EXPECT_EQ(LastFormatError(), "");
+  ClearLastFormatError();
 }
 
 TEST(ImagePlatformLoader, TakesTheFiveTypesOnly) {
@@ -344,6 +481,30 @@ TEST(ImagePlatformLoader, TakesTheFiveTypesOnly) {
     EXPECT_EQ(static_cast<bool>(LoadPlatformPicture(DataFile(name), test::ExtensionOfName(name))),
               MetafileRenderingAvailable())
         << name;
+}
+
+// The picture loader goes by the bytes for the raster types it knows, so a
+// JPEG or a GIF under another of its five names still opens; a PNG does not.
+TEST(ImagePlatformLoader, KnowsItsRasterTypesByTheirBytes) {
+  test::TempDir dir;
+  std::filesystem::copy_file(DataFile("jpg-grayscale-128x128.jpg"), dir / "photo.bmp");
+  std::filesystem::copy_file(DataFile("gif-interlaced-40x40.gif"), dir / "anim.dib");
+  std::filesystem::copy_file(DataFile("bmp-8bit-topdown.bmp"), dir / "plain.gif");
+  std::filesystem::copy_file(DataFile("png-rgba-8bit-32x32.png"), dir / "image.gif");
+  const std::tuple<const char*, int, int, int> cases[] = {
+      {"photo.bmp", 128, 128, 8}, {"anim.dib", 40, 40, 4}, {"plain.gif", 127, 64, 8}};
+  for (const auto& [name, w, h, bpp] : cases) {
+    SCOPED_TRACE(name);
+    int32_t depth = 0;
+    const BitmapHandle bitmap = LoadPlatformPicture(dir / name, test::ExtensionOfName(name), &depth);
+    ASSERT_TRUE(bitmap);
+    EXPECT_EQ(bitmap->Width(), w);
+    EXPECT_EQ(bitmap->Height(), h);
+    EXPECT_EQ(depth, bpp);
+  }
+  EXPECT_FALSE(LoadPlatformPicture(dir / "image.gif", "gif"));
+  // The decoder table still goes by the name alone.
+  EXPECT_FALSE(LoadImageFile(dir / "photo.bmp", "bmp"));
 }
 
 // The headerless sample: a 40-byte BITMAPINFOHEADER, 24 bits, rows bottom-up
@@ -393,27 +554,27 @@ TEST(ImageLoadFile, TruncatedCopiesOfEverySampleFailCleanly) {
     const ByteVector bytes = test::FileBytes(DataFile(name));
     const size_t n = bytes.size();
     const std::string ext = test::ExtensionOfName(name);
-    for (size_t keep : {size_t{0}, size_t{1}, size_t{8}, size_t{20}, size_t{64}, size_t{200}, n / 4, n / 2,
-                        3 * n / 4, n - 1}) {
+    for (size_t keep : {size_t{0}, size_t{1}, size_t{16}, size_t{64}, size_t{200}, n / 4, n / 2, 3 * n / 4, n - 1}) {
       if (keep >= n) continue;
       const auto path = dir / ("cut-" + std::to_string(keep) + "." + ext);
       ASSERT_TRUE(WriteFileAtomically(path, ByteVector(bytes.begin(), bytes.begin() + static_cast<long>(keep))));
       SCOPED_TRACE(name + " cut to " + std::to_string(keep));
       ++attempts;
-      if (BitmapHandle b = LoadImageFile(path, ext)) {
-        EXPECT_GT(b->Width(), 0);
-        EXPECT_GT(b->Height(), 0);
-      }
-      if (IsPlatformPictureExtension(ext)) {
-        if (BitmapHandle b = LoadPlatformPicture(path, ext)) {
-          EXPECT_GT(b->Width(), 0);
-        }
+      // The decode of the table road, then the document of whichever road
+      // the extension takes.
+      hLoadedBitmap = DecoderForExtension(ext) == ImageDecoder::None ? nullptr : LoadImageFile(path, ext);
+      if (hLoadedBitmap) {
+        EXPECT_EQ(hLoadedBitmap->Width(), LoadedWidth);
+        EXPECT_EQ(hLoadedBitmap->Height(), LoadedHeight);
       }
       Bits picture;
-      std::string error;
-      if (!LoadPictureFile(path, picture, error)) {
-        EXPECT_FALSE(error.empty());
-        EXPECT_EQ(error.find('\n'), std::string::npos);
+      if (BuildDocumentPicture(path.string(), ext, picture)) {
+        EXPECT_GT(picture.Width(), 0);
+        EXPECT_GT(picture.Height(), 0);
+        EXPECT_EQ(picture.Width(), LoadedWidth);
+        EXPECT_EQ(picture.Height(), LoadedHeight);
+      } else {
+        EXPECT_TRUE(picture.IsNull());
       }
     }
   }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "image_load_test_support.h"
+#include "imagefiles/format_bridge.h"
 #include "imagefiles/image_load.h"
 
 namespace kelvane {
@@ -147,6 +148,88 @@ TEST_F(LoadBitmapTest, RefusalsAndFailures) {
   EXPECT_TRUE(failed.picture.IsNull());
   EXPECT_TRUE(settings_ == before);
   EXPECT_FALSE(std::filesystem::exists(GetOptimizedTempName()));
+}
+
+// The shared size is raised by one while the document's picture is built and
+// set back after the drawing: a built document leaves its true size there,
+// whichever road it came by; a failed decoder copy leaves it one above.
+TEST_F(LoadBitmapTest, SharedSizeAfterTheBuild) {
+  hLoadedBitmap = LoadImageFile(DataFile("png-rgba-8bit-32x32.png"), "png");
+  ASSERT_TRUE(hLoadedBitmap);
+  ASSERT_EQ(LoadedWidth, 32);
+  ASSERT_EQ(loadBitmap("/p/a.png", "png", {}, settings_).outcome, LoadBitmapResult::Outcome::Opened);
+  EXPECT_EQ(LoadedWidth, 32);
+  EXPECT_EQ(LoadedHeight, 32);
+
+  // The platform road takes the size of what it read, not the last decode.
+  const LoadBitmapResult b = loadBitmap(DataFile("bmp-8bit-topdown.bmp").string(), "bmp", {}, settings_);
+  ASSERT_EQ(b.outcome, LoadBitmapResult::Outcome::Opened);
+  EXPECT_EQ(LoadedWidth, 127);
+  EXPECT_EQ(LoadedHeight, 64);
+  const LoadBitmapResult g = loadBitmap(DataFile("gif-interlaced-40x40.gif").string(), "GIF", {}, settings_);
+  ASSERT_EQ(g.outcome, LoadBitmapResult::Outcome::Opened);
+  EXPECT_EQ(g.picture.Width(), 40);
+  EXPECT_EQ(LoadedWidth, 40);
+  EXPECT_EQ(LoadedHeight, 40);
+
+  // On the table road the document's size is the shared size: a picture
+  // larger than it is cut to its top-left part.
+  LoadedWidth = 20;
+  LoadedHeight = 12;
+  const LoadBitmapResult cut = loadBitmap("/p/b.png", "png", {}, settings_);
+  ASSERT_EQ(cut.outcome, LoadBitmapResult::Outcome::Opened);
+  ASSERT_EQ(cut.picture.Width(), 20);
+  ASSERT_EQ(cut.picture.Height(), 12);
+  int differences = 0;
+  for (int y = 0; y < 12; ++y)
+    for (int x = 0; x < 20; ++x)
+      for (int c = 0; c < 3; ++c) differences += cut.picture.At(c, x, y) != hLoadedBitmap->RowFromTop(y)[4 * x + c];
+  EXPECT_EQ(differences, 0);
+  EXPECT_EQ(LoadedWidth, 20);
+  EXPECT_EQ(LoadedHeight, 12);
+
+  // No decoded picture: the copy fails, says so, and the size stays raised.
+  ClearLastFormatError();
+  hLoadedBitmap = nullptr;
+  LoadedWidth = 10;
+  LoadedHeight = 20;
+  EXPECT_EQ(loadBitmap("/p/c.png", "png", {}, settings_).outcome, LoadBitmapResult::Outcome::Failed);
+  EXPECT_EQ(LoadedWidth, 11);
+  EXPECT_EQ(LoadedHeight, 21);
+  EXPECT_EQ(LastFormatError(), "[FreeImage_DIB_From_BMP] No bitmap specified to convert");
+  ClearLastFormatError();
+}
+
+// Extensions in no row of the decoder table decode nothing, so their
+// documents never open, though the dialog offers them; a "bmp" opens on both
+// roads.
+TEST_F(LoadBitmapTest, UnlistedExtensionsNeverOpen) {
+  for (const char* name : {"jpe-baseline-420-480x360.jpe", "ico-8bit-48x48.ico", "rle-bmp-rle8-128x128.rle",
+                           "sun-32bit-16x16.sun"}) {
+    SCOPED_TRACE(name);
+    const std::string path = DataFile(name).string();
+    const std::string ext = test::ExtensionOfName(name);
+    hLoadedBitmap = LoadImageFile(path, ext);
+    EXPECT_FALSE(hLoadedBitmap);
+    const LoadBitmapResult r = loadBitmap(path, ext, {}, settings_);
+    EXPECT_EQ(r.outcome, LoadBitmapResult::Outcome::Failed);
+    EXPECT_EQ(r.message, "Unexpected error loading image");
+    EXPECT_EQ(r.title, "Kelvane");
+  }
+  EXPECT_EQ(settings_.RecentFiles[0].Get(), "");  // a failed open is not recent
+
+  // The second document of one path: refused, whatever the case of the
+  // extension; the tag list is compared as it stands.
+  const std::string bmp = DataFile("bmp-1bit-palette-127x64.bmp").string();
+  hLoadedBitmap = LoadImageFile(bmp, "bmp");
+  ASSERT_TRUE(hLoadedBitmap);
+  const LoadBitmapResult first = loadBitmap(bmp, "BMP", {}, settings_);
+  ASSERT_EQ(first.outcome, LoadBitmapResult::Outcome::Opened);
+  EXPECT_EQ(first.Tag, bmp);
+  EXPECT_EQ(first.Caption, "bmp-1bit-palette-127x64.bmp");
+  EXPECT_EQ(loadBitmap(bmp, "bmp", {first.Tag}, settings_).outcome, LoadBitmapResult::Outcome::AlreadyOpen);
+  EXPECT_EQ(settings_.RecentFiles[0].Get(), bmp);
+  EXPECT_EQ(settings_.RecentFiles[1].Get(), "");
 }
 
 }  // namespace
