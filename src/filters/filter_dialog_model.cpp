@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "base/fit_size.h"
 #include "base/numeric.h"
 #include "filters/colour_space.h"
 
@@ -250,25 +251,6 @@ FilterDialogModel::FilterDialogModel() {
   tFilter_.SetProgressHandler([this](int32_t percent) { tFilter_Progress(percent); });
 }
 
-void FilterDialogModel::FitSize(int32_t width, int32_t height, int32_t maxWidth, int32_t maxHeight,
-                                int32_t& outWidth, int32_t& outHeight) {
-  if (width <= maxWidth && height <= maxHeight) {
-    outWidth = width;
-    outHeight = height;
-    return;
-  }
-  const double rx = static_cast<double>(maxWidth) / width;
-  // The height ratio is held in single precision: 84 x 112 fits as 83 x 110,
-  // where a double ratio would land on the tie 82.5 and give 82.
-  const float ry = static_cast<float>(static_cast<double>(maxHeight) / height);
-  if (rx < ry) {
-    outWidth = maxWidth;
-    outHeight = Round(rx * height);
-  } else {
-    outHeight = maxHeight;
-    outWidth = Round(static_cast<double>(ry) * width);
-  }
-}
 
 void FilterDialogModel::ResetControls() {
   Title.clear();

@@ -136,13 +136,6 @@ class FilterDialogModel {
   // ThumbBits, then SetupFilter(index) and RunFilter(index).
   void Open(const FilterDialogDocument& document, int32_t index);
 
-  // The proportional fitting rule of previews and thumbnails: the size stays
-  // when it fits; otherwise rx = maxWidth / width (double), ry = maxHeight /
-  // height (single); rx < ry fits the width and rounds the height, else the
-  // height is fitted and the width rounded (ties to even).
-  static void FitSize(int32_t width, int32_t height, int32_t maxWidth, int32_t maxHeight, int32_t& outWidth,
-                      int32_t& outHeight);
-
   // Applies one row of the table; FilterReady is true afterwards. An index
   // outside 0..40 changes nothing.
   void SetupFilter(int32_t index);

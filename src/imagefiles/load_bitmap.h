@@ -24,6 +24,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/fit_size.h"
 #include "document/bits.h"
 #include "shell/start_record.h"
 
@@ -73,17 +74,6 @@ bool IsDocumentOpen(const OpenDocumentTags& open, std::string_view path);
 // when a document already has path as its Tag. DocumentCounter grows by one
 // either way.
 std::string MakeUniqueDocumentName(const OpenDocumentTags& open, std::string_view path);
-
-// ---------------------------------------------------------------------------
-// Previews
-
-// Proportional fitting of width x height into maxWidth x maxHeight. A size
-// that fits stays. Otherwise rx = maxWidth / width in double precision and
-// ry = maxHeight / height rounded to single precision; if rx < ry the width
-// becomes maxWidth and the height round(rx * height), else the height becomes
-// maxHeight and the width round(ry * width); rounding ties to even.
-void FitSize(int32_t width, int32_t height, int32_t maxWidth, int32_t maxHeight, int32_t& outWidth,
-             int32_t& outHeight);
 
 // ---------------------------------------------------------------------------
 // Building the document

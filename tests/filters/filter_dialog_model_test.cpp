@@ -5,6 +5,7 @@
 
 #include <sstream>
 
+#include "base/fit_size.h"
 #include "filters/dialog_test_support.h"
 #include "filters/filter_catalogue.h"
 #include "filters/filter_dialog_model.h"
@@ -168,7 +169,7 @@ TEST(FilterDialogModel, FitSizeRoundsTiesToEvenWithASingleHeightRatio) {
   };
   for (const auto& c : cases) {
     int32_t w = -1, h = -1;
-    FilterDialogModel::FitSize(c[0], c[1], 160, 110, w, h);
+    FitSize(c[0], c[1], 160, 110, w, h);
     EXPECT_EQ(std::tuple(w, h), std::tuple(c[2], c[3])) << c[0] << "x" << c[1];
   }
 }
