@@ -52,6 +52,7 @@ bool MakeSelection(const Arguments& args, int32_t width, int32_t height, cBitReg
 void SetUpEngine(cBitFilter& engine, const EngineOptions& options, const cBitRegion& selection);
 
 int RunFilter(const Arguments& args);
+int RunPaint(const Arguments& args);
 int RunCommandWords(const Arguments& args);
 int RunConvert(const Arguments& args);
 int RunInfo(const Arguments& args);

@@ -14,6 +14,10 @@ constexpr const char* kUsage =
     "         [--seed N] [--threads N] [--time]\n"
     "      run one engine method by name on IN and write OUT\n"
     "  filter --list            list the engine methods and their arguments\n"
+    "  paint PRIMITIVE [ARG ...] IN OUT [--select L,T,R,B] [--selection FILE.ksf]\n"
+    "         [--seed N]\n"
+    "      call one painting primitive by name on IN (stroke table cleared first)\n"
+    "  paint --list             list the painting primitives and their arguments\n"
     "  run WORD[,WORD...] IN OUT [--select L,T,R,B] [--selection FILE.ksf]\n"
     "         [--seed N] [--threads N] [--time]\n"
     "      run command words (INVERT, GRAYSCALE, HEAVYBLUR, FLIPH, ...) in order\n"
@@ -36,6 +40,7 @@ int main(int argc, char** argv) {
   if (!ParseArguments(argc, argv, 2, args, error)) return Fail(error);
   const std::string command = argv[1];
   if (command == "filter") return RunFilter(args);
+  if (command == "paint") return RunPaint(args);
   if (command == "run") return RunCommandWords(args);
   if (command == "convert") return RunConvert(args);
   if (command == "info") return RunInfo(args);
