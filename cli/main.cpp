@@ -23,7 +23,7 @@ constexpr const char* kUsage =
     "      run command words (INVERT, GRAYSCALE, HEAVYBLUR, FLIPH, ...) in order\n"
     "  run --list               list the command words with their method and arguments\n"
     "  convert IN OUT           decode IN and write OUT by its extension\n"
-    "  info FILE                print width, height and bits per pixel\n"
+    "  info FILE                print the properties of FILE (type, size, depth, ...)\n"
     "  settings init [DIR]      write DIR/kv201Start.up with every default\n"
     "  settings show FILE       print every settings field by name\n";
 
