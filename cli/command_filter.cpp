@@ -62,7 +62,7 @@ int RunFilter(const Arguments& args) {
   }
   SetUpEngine(engine, options, selection);
 
-  if (args.Has("time") && !needsSource) {
+  if (args.Has("time")) {
     // The first call pays for the first touch of a freshly allocated output
     // array, which on this kind of machine costs more than most filters'
     // arithmetic. Run it once untimed and hand its output back as the spare

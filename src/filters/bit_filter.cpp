@@ -47,6 +47,12 @@ void cBitFilter::SetBits(Bits&& bits) {
   AdoptExtents();
 }
 
+Bits cBitFilter::BlankOfSize(int32_t width, int32_t height) {
+  Bits out = std::move(spare_);
+  out.Reset(width, height);
+  return out;
+}
+
 Bits cBitFilter::CopyOfBits() {
   Bits out = std::move(spare_);
   out = bits_;
@@ -152,7 +158,7 @@ void cBitFilter::BitsBlack() {
 
 void cBitFilter::BitsCrop(const Bits& source, int32_t left, int32_t top, int32_t right, int32_t bottom) {
   const Rect r = IntersectRect({left, top, right, bottom}, BitsBounds);
-  Bits out(r.Width(), r.Height());
+  Bits out = BlankOfSize(r.Width(), r.Height());
   // The clip is taken against this engine's bounds; rows that the source does
   // not hold are left at zero.
   const Rect inSource = IntersectRect(r, {-kBitsFrame, -kBitsFrame, source.Width() + kBitsFrame, source.Height() + kBitsFrame});
@@ -162,14 +168,13 @@ void cBitFilter::BitsCrop(const Bits& source, int32_t left, int32_t top, int32_t
       std::memcpy(out.Pixel(inSource.left - r.left, y - r.top), source.Pixel(inSource.left, y), rowBytes);
     }
   }
-  bits_ = std::move(out);
-  AdoptExtents();
+  SetBits(std::move(out));
   RaiseProgress(100);
 }
 
 void cBitFilter::BitsCropMasked(const Bits& source, int32_t left, int32_t top, int32_t right, int32_t bottom) {
   const Rect r = IntersectRect({left, top, right, bottom}, {0, 0, source.Width(), source.Height()});
-  Bits out(r.Width(), r.Height());
+  Bits out = BlankOfSize(r.Width(), r.Height());
   for (int32_t y = 0; y < r.Height(); ++y) {
     uint8_t* row = out.Row(y);
     for (int32_t x = 0; x < r.Width(); ++x) row[4 * x + 3] = 255;
@@ -179,13 +184,12 @@ void cBitFilter::BitsCropMasked(const Bits& source, int32_t left, int32_t top, i
       });
     }
   }
-  bits_ = std::move(out);
-  AdoptExtents();
+  SetBits(std::move(out));
   RaiseProgress(100);
 }
 
 void cBitFilter::BitsResample(const Bits& source, int32_t newWidth, int32_t newHeight) {
-  Bits out(newWidth, newHeight);
+  Bits out = BlankOfSize(newWidth, newHeight);
   const double sx = static_cast<double>(source.MaxX()) / newWidth;
   const double sy = static_cast<double>(source.MaxY()) / newHeight;
   // The column positions are the same on every row: work them out once.
@@ -214,13 +218,12 @@ void cBitFilter::BitsResample(const Bits& source, int32_t newWidth, int32_t newH
       }
     }
   });
-  bits_ = std::move(out);
-  AdoptExtents();
+  SetBits(std::move(out));
   RaiseProgress(100);
 }
 
 void cBitFilter::BitsResize(const Bits& source, int32_t newWidth, int32_t newHeight) {
-  Bits out(newWidth, newHeight);
+  Bits out = BlankOfSize(newWidth, newHeight);
   const double sx = static_cast<double>(source.Width()) / newWidth;
   const double sy = static_cast<double>(source.Height()) / newHeight;
   MaxY = newHeight - 1;
@@ -234,14 +237,13 @@ void cBitFilter::BitsResize(const Bits& source, int32_t newWidth, int32_t newHei
       dst[4 * x + 2] = p[2];
     }
   });
-  bits_ = std::move(out);
-  AdoptExtents();
+  SetBits(std::move(out));
   RaiseProgress(100);
 }
 
 void cBitFilter::BitsRotate90(const Bits& source) {
   const int32_t srcMaxX = source.MaxX();
-  Bits out(source.Height(), source.Width());
+  Bits out = BlankOfSize(source.Height(), source.Width());
   // MaxY follows the source's rows for the progress rule, then the extents
   // are exchanged.
   MaxX = srcMaxX;
@@ -255,8 +257,7 @@ void cBitFilter::BitsRotate90(const Bits& source) {
       dst[2] = src[4 * x + 2];
     }
   });
-  bits_ = std::move(out);
-  AdoptExtents();
+  SetBits(std::move(out));
   RaiseProgress(100);
 }
 

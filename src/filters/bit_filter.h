@@ -240,6 +240,9 @@ class cBitFilter {
   void RegionBox(int32_t inset);
   // The output of a filter: a copy of the array, reusing a spare buffer.
   Bits CopyOfBits();
+  // A zeroed array of the given size for the operations that dimension Bits
+  // anew, reusing the spare buffer's pages where it is large enough.
+  Bits BlankOfSize(int32_t width, int32_t height);
   void RaiseProgress(int32_t percent);
   // The end-of-row rule: at most every 10 ms, Trunc(y * 100 / MaxY).
   void ReportRowProgress(int32_t y);
