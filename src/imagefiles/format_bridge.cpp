@@ -90,6 +90,15 @@ FIBITMAP* FloatingTo32Bits(FIBITMAP* dib) {
 
 }  // namespace
 
+ImageHolder::~ImageHolder() {
+  if (dib) FreeImage_Unload(dib);
+}
+
+void ImageHolder::Replace(FIBITMAP* d) {
+  if (dib) FreeImage_Unload(dib);
+  dib = d;
+}
+
 FIBITMAP* ConvertToStandardBitmap(FIBITMAP* dib, unsigned bpp) {
   if (!dib || (bpp != 24 && bpp != 32) || !FreeImage_HasPixels(dib)) return nullptr;
   const FREE_IMAGE_TYPE type = FreeImage_GetImageType(dib);

@@ -53,6 +53,17 @@ void FreeImageStart();
 // where it has none.
 FIBITMAP* ConvertToStandardBitmap(FIBITMAP* dib, unsigned bpp);
 
+// Owns one FreeImage bitmap and unloads it when it goes.
+struct ImageHolder {
+  FIBITMAP* dib = nullptr;
+  explicit ImageHolder(FIBITMAP* d = nullptr) : dib(d) {}
+  ~ImageHolder();
+  ImageHolder(const ImageHolder&) = delete;
+  ImageHolder& operator=(const ImageHolder&) = delete;
+  // Unloads the bitmap held and takes `d` in its place.
+  void Replace(FIBITMAP* d);
+};
+
 // Makes a 32-bit picture from any FreeImage image. A bitmap already held in
 // `bitmap` is released first. Images of other depths or types are converted
 // by ConvertToStandardBitmap (an opaque source gets alpha 255); a 32-bit image

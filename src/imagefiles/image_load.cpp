@@ -87,16 +87,6 @@ struct DecodeAnswer {
 // The longest library message passed on from a decoder process.
 constexpr size_t kMaxForwardedMessage = 1024;
 
-struct ImageHolder {
-  FIBITMAP* dib = nullptr;
-  explicit ImageHolder(FIBITMAP* d = nullptr) : dib(d) {}
-  ~ImageHolder() {
-    if (dib) FreeImage_Unload(dib);
-  }
-  ImageHolder(const ImageHolder&) = delete;
-  ImageHolder& operator=(const ImageHolder&) = delete;
-};
-
 FREE_IMAGE_FORMAT FormatOf(ImageDecoder decoder) {
   switch (decoder) {
     case ImageDecoder::LoadBMP: return FIF_BMP;

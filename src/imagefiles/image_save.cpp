@@ -15,20 +15,6 @@ namespace kelvane {
 
 namespace {
 
-struct ImageHolder {
-  FIBITMAP* dib = nullptr;
-  explicit ImageHolder(FIBITMAP* d = nullptr) : dib(d) {}
-  ~ImageHolder() {
-    if (dib) FreeImage_Unload(dib);
-  }
-  ImageHolder(const ImageHolder&) = delete;
-  ImageHolder& operator=(const ImageHolder&) = delete;
-  void Replace(FIBITMAP* d) {
-    if (dib) FreeImage_Unload(dib);
-    dib = d;
-  }
-};
-
 // An 8-bit copy of a 24-bit image with the best palette of at most 256
 // colours: the image's own colours when there are no more, else Wu's.
 FIBITMAP* OptimalPaletteImage(FIBITMAP* dib24) {
