@@ -1,5 +1,7 @@
 #include "cli.h"
 
+#include "imagefiles/picture_io.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -109,6 +111,19 @@ bool MakeSelection(const Arguments& args, int32_t width, int32_t height, cBitReg
     selection.Crop();
   }
   return true;
+}
+
+bool SplitNamedCall(const Arguments& args, NamedCall& call) {
+  if (args.words.size() < 3) return false;
+  call.name = args.words.front();
+  call.arguments.assign(args.words.begin() + 1, args.words.end() - 2);
+  call.in = args.words[args.words.size() - 2];
+  call.out = args.words.back();
+  return true;
+}
+
+PictureLoader FilePictureLoader() {
+  return [](const std::string& path, Bits& out, std::string& error) { return LoadPictureFile(path, out, error); };
 }
 
 void SetUpEngine(cBitFilter& engine, const EngineOptions& options, const cBitRegion& selection) {

@@ -12,6 +12,7 @@
 
 #include "document/bit_region.h"
 #include "filters/bit_filter.h"
+#include "filters/filter_catalogue.h"
 
 namespace kelvane::cli {
 
@@ -50,6 +51,19 @@ bool MakeSelection(const Arguments& args, int32_t width, int32_t height, cBitReg
 // Threads, seed and region (the selection, or the whole picture when it is
 // empty) of an engine whose Bits the caller sets.
 void SetUpEngine(cBitFilter& engine, const EngineOptions& options, const cBitRegion& selection);
+
+// The words of "NAME [ARG ...] IN OUT", as filter and paint take them.
+struct NamedCall {
+  std::string name;
+  std::vector<std::string> arguments;
+  std::string in;
+  std::string out;
+};
+// False when there are fewer than three words.
+bool SplitNamedCall(const Arguments& args, NamedCall& call);
+
+// Picture arguments are read as the editor opens files.
+PictureLoader FilePictureLoader();
 
 int RunFilter(const Arguments& args);
 int RunPaint(const Arguments& args);

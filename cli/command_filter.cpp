@@ -28,26 +28,20 @@ int ListMethods() {
 
 int RunFilter(const Arguments& args) {
   if (args.Has("list")) return ListMethods();
-  if (args.words.size() < 3) return Fail("filter needs METHOD [ARG ...] IN OUT");
-  const std::string& name = args.words.front();
-  const FilterMethod* method = FindFilterMethod(name);
-  if (!method) return Fail("unknown method '" + name + "' (kelvane-cli filter --list shows them)");
-  const std::string& inPath = args.words[args.words.size() - 2];
-  const std::string& outPath = args.words.back();
-  const std::vector<std::string> words(args.words.begin() + 1, args.words.end() - 2);
+  NamedCall call;
+  if (!SplitNamedCall(args, call)) return Fail("filter needs METHOD [ARG ...] IN OUT");
+  const FilterMethod* method = FindFilterMethod(call.name);
+  if (!method) return Fail("unknown method '" + call.name + "' (kelvane-cli filter --list shows them)");
 
   EngineOptions options;
   std::string error;
   if (!ParseEngineOptions(args, options, error)) return Fail(error);
 
   Bits input;
-  if (!LoadPictureFile(inPath, input, error)) return Fail(error);
+  if (!LoadPictureFile(call.in, input, error)) return Fail(error);
 
   std::vector<ArgValue> values;
-  const PictureLoader loader = [](const std::string& path, Bits& out, std::string& err) {
-    return LoadPictureFile(path, out, err);
-  };
-  if (!ParseMethodArguments(*method, words, input, loader, values, error)) return Fail(error);
+  if (!ParseMethodArguments(*method, call.arguments, input, FilePictureLoader(), values, error)) return Fail(error);
 
   cBitRegion selection;
   if (!MakeSelection(args, input.Width(), input.Height(), selection, error)) return Fail(error);
@@ -80,7 +74,7 @@ int RunFilter(const Arguments& args) {
   const double ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 
   if (result.value) std::printf("%s: %d\n", method->name.c_str(), *result.value);
-  if (!SavePictureFile(outPath, result.Picture(engine), error)) return Fail(error);
+  if (!SavePictureFile(call.out, result.Picture(engine), error)) return Fail(error);
   if (args.Has("time")) std::printf("time: %.3f ms\n", ms);
   return 0;
 }

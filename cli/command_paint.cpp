@@ -203,33 +203,27 @@ int ListPrimitives() {
 
 int RunPaint(const Arguments& args) {
   if (args.Has("list")) return ListPrimitives();
-  if (args.words.size() < 3) return Fail("paint needs PRIMITIVE [ARG ...] IN OUT");
-  const std::string& name = args.words.front();
-  const PaintPrimitive* primitive = FindPrimitive(name);
-  if (!primitive) return Fail("unknown primitive '" + name + "' (kelvane-cli paint --list shows them)");
-  const std::string& inPath = args.words[args.words.size() - 2];
-  const std::string& outPath = args.words.back();
-  const std::vector<std::string> words(args.words.begin() + 1, args.words.end() - 2);
+  NamedCall call;
+  if (!SplitNamedCall(args, call)) return Fail("paint needs PRIMITIVE [ARG ...] IN OUT");
+  const PaintPrimitive* primitive = FindPrimitive(call.name);
+  if (!primitive) return Fail("unknown primitive '" + call.name + "' (kelvane-cli paint --list shows them)");
 
   EngineOptions options;
   std::string error;
   if (!ParseEngineOptions(args, options, error)) return Fail(error);
 
   Bits picture;
-  if (!LoadPictureFile(inPath, picture, error)) return Fail(error);
+  if (!LoadPictureFile(call.in, picture, error)) return Fail(error);
 
   // The argument words are read by the same rules as the filter methods'.
   const FilterMethod signature{primitive->name, primitive->params, {}};
-  const PictureLoader loader = [](const std::string& path, Bits& out, std::string& err) {
-    return LoadPictureFile(path, out, err);
-  };
   Values values;
-  if (!ParseMethodArguments(signature, words, picture, loader, values, error)) return Fail(error);
+  if (!ParseMethodArguments(signature, call.arguments, picture, FilePictureLoader(), values, error)) return Fail(error);
   for (size_t i : primitive->shortParams) {
     const int32_t v = std::get<int32_t>(values[i]);
     if (v < INT16_MIN || v > INT16_MAX) {
       return Fail("argument '" + primitive->params[i].name + "' of " + primitive->name +
-                  " must be a 16-bit integer, not '" + words[i] + "'");
+                  " must be a 16-bit integer, not '" + call.arguments[i] + "'");
     }
   }
 
@@ -246,7 +240,7 @@ int RunPaint(const Arguments& args) {
   if (const std::optional<int32_t> value = primitive->run(target, values)) {
     std::printf("%s: %d\n", primitive->name.c_str(), *value);
   }
-  if (!SavePictureFile(outPath, picture, error)) return Fail(error);
+  if (!SavePictureFile(call.out, picture, error)) return Fail(error);
   return 0;
 }
 
