@@ -289,6 +289,13 @@ class cBitFilter {
   // The 10 ms rule for a percentage worked out by the caller.
   void ReportProgress(int32_t percent);
   void AdoptExtents();
+  // DILATE and ERODE: the largest or smallest of the 3 x 3 window per channel.
+  template <bool kLargest>
+  Bits RankOf3x3();
+  // GradientLinear and GradientCircular: one walk, two distance rules.
+  template <bool kCircular>
+  Bits Gradient(const Bits& source, int32_t x1, int32_t y1, int32_t x2, int32_t y2, Colour colour1, Colour colour2,
+                int32_t opacity, int32_t frequency);
 
   Bits spare_;
   const RectRegion* region_ = nullptr;

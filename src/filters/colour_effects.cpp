@@ -892,34 +892,30 @@ Bits cBitFilter::Dissolve(const Bits& picture, int32_t level) {
 // ---------------------------------------------------------------------------
 // Gradients
 
-Bits cBitFilter::GradientLinear(const Bits& source, int32_t x1, int32_t y1, int32_t x2, int32_t y2, Colour colour1,
-                                Colour colour2, int32_t opacity, int32_t frequency) {
+template <bool kCircular>
+Bits cBitFilter::Gradient(const Bits& source, int32_t x1, int32_t y1, int32_t x2, int32_t y2, Colour colour1,
+                          Colour colour2, int32_t opacity, int32_t frequency) {
   Bits out(source);
   const GradientSetup setup(x1, y1, x2, y2, opacity, frequency);
   if (setup.length != 0) {
     const SplitColour c1(colour1), c2(colour2);
     RegionBox(0);
     ForEachRegionSpan(true, [&](int32_t y, int32_t a, int32_t b) {
-      GradientSpan<false>(setup, c1, c2, source, out, y, a, b);
+      GradientSpan<kCircular>(setup, c1, c2, source, out, y, a, b);
     });
   }
   RaiseProgress(100);
   return out;
 }
 
+Bits cBitFilter::GradientLinear(const Bits& source, int32_t x1, int32_t y1, int32_t x2, int32_t y2, Colour colour1,
+                                Colour colour2, int32_t opacity, int32_t frequency) {
+  return Gradient<false>(source, x1, y1, x2, y2, colour1, colour2, opacity, frequency);
+}
+
 Bits cBitFilter::GradientCircular(const Bits& source, int32_t x1, int32_t y1, int32_t x2, int32_t y2,
                                   Colour colour1, Colour colour2, int32_t opacity, int32_t frequency) {
-  Bits out(source);
-  const GradientSetup setup(x1, y1, x2, y2, opacity, frequency);
-  if (setup.length != 0) {
-    const SplitColour c1(colour1), c2(colour2);
-    RegionBox(0);
-    ForEachRegionSpan(true, [&](int32_t y, int32_t a, int32_t b) {
-      GradientSpan<true>(setup, c1, c2, source, out, y, a, b);
-    });
-  }
-  RaiseProgress(100);
-  return out;
+  return Gradient<true>(source, x1, y1, x2, y2, colour1, colour2, opacity, frequency);
 }
 
 std::vector<FilterMethod> ColourEffectMethods() {

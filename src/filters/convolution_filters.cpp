@@ -622,31 +622,23 @@ Bits cBitFilter::CONTOUR(int32_t level, Colour colour) {
   return out;
 }
 
-Bits cBitFilter::DILATE() {
+template <bool kLargest>
+Bits cBitFilter::RankOf3x3() {
   Bits out = CopyOfBits();
   RegionBox(0);
   KeepWindowsInArray(*this, 1, 1, 1, 1);
   const ptrdiff_t r = bits_.Stride();
   const std::array<ptrdiff_t, 9> window = {0, -r - 4, -r, -r + 4, -4, 4, r - 4, r, r + 4};
   ForEachRegionSpan(true, [&](int32_t y, int32_t x0, int32_t x1) {
-    RankPixels<true>(bits_.Pixel(x0, y), out.Pixel(x0, y), x1 - x0, window);
+    RankPixels<kLargest>(bits_.Pixel(x0, y), out.Pixel(x0, y), x1 - x0, window);
   });
   RaiseProgress(100);
   return out;
 }
 
-Bits cBitFilter::ERODE() {
-  Bits out = CopyOfBits();
-  RegionBox(0);
-  KeepWindowsInArray(*this, 1, 1, 1, 1);
-  const ptrdiff_t r = bits_.Stride();
-  const std::array<ptrdiff_t, 9> window = {0, -r - 4, -r, -r + 4, -4, 4, r - 4, r, r + 4};
-  ForEachRegionSpan(true, [&](int32_t y, int32_t x0, int32_t x1) {
-    RankPixels<false>(bits_.Pixel(x0, y), out.Pixel(x0, y), x1 - x0, window);
-  });
-  RaiseProgress(100);
-  return out;
-}
+Bits cBitFilter::DILATE() { return RankOf3x3<true>(); }
+
+Bits cBitFilter::ERODE() { return RankOf3x3<false>(); }
 
 Bits cBitFilter::RankFilterN4(int32_t op) {
   Bits out = CopyOfBits();
