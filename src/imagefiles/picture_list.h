@@ -25,19 +25,13 @@
 #include <string>
 #include <vector>
 
+#include "base/user_interface.h"
+
 namespace kelvane {
 
 constexpr size_t kPictureListRecordBytes = 150;
 inline constexpr const char* kPictureListFilter = "Picture List(*.kipl)|*.kipl";
 
-// A message box request: text, title, icon.
-enum class MessageIcon { Critical, Exclamation, Information };
-struct MessageBoxText {
-  std::string Text;
-  std::string Title;
-  MessageIcon Icon = MessageIcon::Critical;
-};
-using MessageSink = std::function<void(const MessageBoxText&)>;
 
 // The common dialog as SaveList and LoadList drive it: they set Filter and
 // CancelError, then show it. Show* returns false when the dialog was cancelled
