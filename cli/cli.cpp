@@ -14,7 +14,7 @@ namespace kelvane::cli {
 
 namespace {
 
-const std::set<std::string> kValueOptions = {"select", "selection", "seed", "threads", "home"};
+const std::set<std::string> kValueOptions = {"select", "selection", "seed", "threads", "home", "keep-temp"};
 
 bool ParseRect(const std::string& text, int32_t (&v)[4]) {
   int consumed = 0;

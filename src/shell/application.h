@@ -51,6 +51,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -213,6 +214,14 @@ class Application final : public CanvasHost {
   // The click handler of a menu array element.
   void MenuClick(std::string_view arrayName, int32_t index);
   void MenuExec(std::string_view cmd);
+  // Whether MenuExec knows the word (an unknown word does nothing).
+  static bool IsMenuExecWord(std::string_view cmd);
+  // The document and selection words of MenuExec, in matching order.
+  struct DocumentWord {
+    std::string_view word;
+    void (*run)(Application&, Document&);
+  };
+  static std::span<const DocumentWord> DocumentWords();
   void MenuStatic(std::string_view cmd);
   void Update(bool noRedraw, bool takeUndo) override;
   void ZoomImage(int32_t factor, bool enlarge, bool quality);

@@ -2,6 +2,7 @@
 // words on the active document) and MenuStatic (the words on files, windows
 // and the program).
 #include <cstdlib>
+#include <span>
 #include <system_error>
 #include <utility>
 
@@ -145,11 +146,10 @@ void Application::ExecWord(std::string_view cmd) {
   ExecDocumentWord(*doc, cmd);
 }
 
-bool Application::ExecDocumentWord(Document& doc, std::string_view cmd) {
-  // Table 2: the first group (UNDO to IMAGEROTATE), then the rest in table
-  // order. Words with an empty body stand in kEmptyExecWords.
-  using Run = void (*)(Application&, Document&);
-  static const std::pair<std::string_view, Run> kDocumentWords[] = {
+// Table 2: the first group (UNDO to IMAGEROTATE), then the rest in table
+// order. Words with an empty body stand in kEmptyExecWords.
+std::span<const Application::DocumentWord> Application::DocumentWords() {
+  static const DocumentWord kDocumentWords[] = {
       {"UNDO", [](Application& a, Document& d) { a.UndoOrRedo(d, true); }},
       {"REDO", [](Application& a, Document& d) { a.UndoOrRedo(d, false); }},
       {"CREATENEWCOPY", [](Application& a, Document& d) { a.CreateNewCopy(d); }},
@@ -188,7 +188,18 @@ bool Application::ExecDocumentWord(Document& doc, std::string_view cmd) {
       {"CROP", [](Application& a, Document& d) { a.Crop(d, false); }},
       {"NEWIMAGEFROMCROP", [](Application& a, Document& d) { a.Crop(d, true); }},
   };
-  for (const auto& [word, run] : kDocumentWords) {
+  return kDocumentWords;
+}
+
+bool Application::IsMenuExecWord(std::string_view cmd) {
+  if (cmd == "CREATEFROMCLIPBOARD" || OneOf(cmd, kEmptyExecWords)) return true;
+  for (const auto& [word, run] : DocumentWords())
+    if (word == cmd) return true;
+  return FindDocumentCommand(cmd) || FindFilterCommand(cmd) || FilterDialogIndex(cmd) >= 0;
+}
+
+bool Application::ExecDocumentWord(Document& doc, std::string_view cmd) {
+  for (const auto& [word, run] : DocumentWords()) {
     if (word == cmd) {
       run(*this, doc);
       return true;

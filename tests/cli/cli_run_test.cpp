@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <fstream>
 
 #include "document/bits.h"
 #include "imagefiles/picture_io.h"
@@ -54,7 +55,7 @@ TEST(CliRun, WordsRunInOrderAndUnknownWordsAreSkipped) {
   EXPECT_EQ(r.exit_code, 0) << r.err;
   EXPECT_NE(r.err.find("unknown command word 'BOGUS' (nothing done)"), std::string::npos) << r.err;
   EXPECT_NE(r.err.find("'CUSTOMBLUR'"), std::string::npos) << r.err;
-  EXPECT_NE(r.err.find("filter dialog"), std::string::npos) << r.err;
+  EXPECT_NE(r.err.find("opens fFilter"), std::string::npos) << r.err;
   EXPECT_EQ(Lines(r.err), 2) << r.err;
   EXPECT_EQ(Load(s("out.png")), Load(s("flipped.png")));
   // Only unknown words: the picture goes out unchanged.
@@ -69,10 +70,12 @@ TEST(CliRun, ListShowsEachWordWithItsCall) {
                            "\n15 = ZoomImage 7 false false\n", "\nN270 = RotateImage 90 false\n",
                            "\nORIGINAL = ZoomFactor 1, then ZoomImage 1 false false\n"})
     EXPECT_NE(r.out.find(line), std::string::npos) << line;
-  EXPECT_EQ(Lines(r.out), 98);  // 69 filter and colour words, 29 zoom and rotation words
+  // 69 filter and colour words, 29 zoom and rotation words, 20 document words
+  EXPECT_NE(r.out.find("\nUNDO = document command\n"), std::string::npos);
+  EXPECT_EQ(Lines(r.out), 118);
 }
 
-TEST(CliRun, ZoomWordsResizeAndRotationWordsAreReported) {
+TEST(CliRun, ZoomAndRotationWordsReshapeThePicture) {
   const Sample s;
   auto size = [](const std::string& path) {
     const Bits b = Load(path);
@@ -86,9 +89,14 @@ TEST(CliRun, ZoomWordsResizeAndRotationWordsAreReported) {
   EXPECT_EQ(size(s("third.png")), std::pair(76, 50));  // 75.67, 49.67
   r = RunCli({"run", "2x,N90", s.in, s("twice.png")});
   ASSERT_EQ(r.exit_code, 0) << r.err;
-  EXPECT_NE(r.err.find("'N90'"), std::string::npos) << r.err;
-  EXPECT_EQ(Lines(r.err), 1) << r.err;
-  EXPECT_EQ(size(s("twice.png")), std::pair(454, 298));
+  EXPECT_TRUE(r.err.empty()) << r.err;
+  EXPECT_EQ(size(s("twice.png")), std::pair(298, 454));
+  // Two "50" in a row end at half size, not a quarter.
+  ASSERT_EQ(RunCli({"run", "50,50", s.in, s("half2.png")}).exit_code, 0);
+  EXPECT_EQ(size(s("half2.png")), std::pair(114, 74));
+  // N270 turns by +90 and N90 by -90: every pixel comes back.
+  ASSERT_EQ(RunCli({"run", "N270,N90", s.in, s("back.png")}).exit_code, 0);
+  EXPECT_EQ(Load(s("back.png")), Load(s.in));
 }
 
 TEST(CliRun, SeededNoiseRepeatsWhateverTheThreads) {
@@ -106,7 +114,8 @@ TEST(CliRun, ErrorsAreOneLineNonZeroAndLeaveNoOutput) {
   const std::pair<std::vector<std::string>, const char*> cases[] = {
       {{"run", "INVERT", in}, "run needs"},
       {{"run", "INVERT", "x", in, out}, "run needs"},
-      {{"run", "FLIPH", (dir / "missing.png").string(), out}, "missing.png"},
+      {{"run", "FLIPH", (dir / "missing.png").string(), out}, "missing.png: Unexpected error loading image"},
+      {{"run", "FLIPH", in, out, "--keep-temp", ""}, "--keep-temp"},
       {{"run", "FLIPH", in, out, "--select", "1,2"}, "--select"},
       {{"run", "FLIPH", in, out, "--seed", "-3"}, "--seed"},
       {{"run", "FLIPH", in, (dir / "no-such-dir" / "o.png").string()}, "o.png"},
@@ -118,6 +127,63 @@ TEST(CliRun, ErrorsAreOneLineNonZeroAndLeaveNoOutput) {
     EXPECT_EQ(Lines(r.err), 1) << r.err;
   }
   EXPECT_TRUE(std::filesystem::is_empty(dir.path()));
+}
+
+// A crop through the document words, undone and redone, with the snapshot
+// files left behind for inspection.
+TEST(CliRun, CropUndoRedoAndTheSnapshotsLeftBehind) {
+  const Sample s;
+  const Bits before = Load(s.in);
+  const auto keep = s("snapshots");
+  auto r = RunCli({"run", "CROP,UNDO", s.in, s("undone.png"), "--select", "10,20,60,50"});
+  ASSERT_EQ(r.exit_code, 0) << r.err;
+  EXPECT_EQ(Load(s("undone.png")), before);
+  r = RunCli({"run", "CROP,UNDO,REDO", s.in, s("redone.png"), "--select", "10,20,60,50", "--keep-temp", keep});
+  ASSERT_EQ(r.exit_code, 0) << r.err;
+  const Bits crop = Load(s("redone.png"));
+  ASSERT_EQ(crop.Width(), 50);
+  ASSERT_EQ(crop.Height(), 30);
+  for (int y = 0; y < 30; ++y)
+    for (int x = 0; x < 50; ++x)
+      for (int c = 0; c < 3; ++c) ASSERT_EQ(crop.At(c, x, y), before.At(c, x + 10, y + 20));
+
+  // Document 1: slot 0 the opened picture, slot 1 the crop. A snapshot is a
+  // 40-byte header (width and height of the framed array, the height
+  // negative) followed by the whole framed array.
+  const std::pair<const char*, std::pair<int, int>> files[] = {{"b000100.dat", {227, 149}},
+                                                               {"b000101.dat", {50, 30}}};
+  for (const auto& [name, wh] : files) {
+    const auto path = std::filesystem::path(keep) / name;
+    ASSERT_TRUE(std::filesystem::exists(path)) << name;
+    const auto [w, h] = wh;
+    EXPECT_EQ(std::filesystem::file_size(path), 40u + 4u * (w + 4) * (h + 4)) << name;
+    std::ifstream in(path, std::ios::binary);
+    int32_t header[3] = {};
+    in.read(reinterpret_cast<char*>(header), sizeof header);
+    EXPECT_EQ(header[0], 40);
+    EXPECT_EQ(header[1], w + 4);
+    EXPECT_EQ(header[2], -(h + 4));
+  }
+  EXPECT_FALSE(std::filesystem::exists(std::filesystem::path(keep) / "b000102.dat"));
+}
+
+// The selection words act on the document's selection, which the filters
+// then keep to.
+TEST(CliRun, SelectionWordsSteerTheFilters) {
+  const Sample s;
+  const Bits before = Load(s.in);
+  ASSERT_EQ(RunCli({"run", "INVERTSELECTION,INVERT", s.in, s("outside.png"), "--select", "10,20,60,50"}).exit_code,
+            0);
+  ASSERT_EQ(RunCli({"run", "SELECTNONE,INVERT", s.in, s("all.png"), "--select", "10,20,60,50"}).exit_code, 0);
+  const Bits outside = Load(s("outside.png")), all = Load(s("all.png"));
+  for (int y = 0; y < before.Height(); ++y)
+    for (int x = 0; x < before.Width(); ++x) {
+      const bool inRect = x >= 10 && x < 60 && y >= 20 && y < 50;
+      for (int c = 0; c < 3; ++c) {
+        ASSERT_EQ(outside.At(c, x, y), inRect ? before.At(c, x, y) : 255 - before.At(c, x, y)) << x << "," << y;
+        ASSERT_EQ(all.At(c, x, y), 255 - before.At(c, x, y)) << x << "," << y;
+      }
+    }
 }
 
 }  // namespace
