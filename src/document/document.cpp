@@ -116,7 +116,7 @@ bool AskOnClose(bool askSetting, bool changed, int32_t undoPos) { return askSett
 
 std::string CloseQuestionText(std::string_view compactedCaption) {
   std::string text(compactedCaption);
-  text += "\nThis image has changed.\nDo you want to save it ?";
+  text += "\n\nThis image has changed.\nDo you want to save it ?";
   return text;
 }
 

@@ -171,7 +171,7 @@ std::string ZoomPanelText(int32_t factor);
 // UndoPos is at least 2.
 bool AskOnClose(bool askSetting, bool changed, int32_t undoPos);
 // The question: the caption (already compacted to 400 pixels by the window),
-// a line break, "This image has changed.", a line break, "Do you want to
+// two line breaks, "This image has changed.", a line break, "Do you want to
 // save it ?". Buttons Yes, No, Cancel under the title "Kelvane".
 std::string CloseQuestionText(std::string_view compactedCaption);
 inline constexpr std::string_view kCloseQuestionTitle = "Kelvane";

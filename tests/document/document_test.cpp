@@ -325,7 +325,7 @@ TEST(DocumentTexts, PanelsAndCloseQuestion) {
   const struct { bool ask, changed; int32_t pos; bool expected; } cases[] = {
       {true, true, 2, true}, {true, true, 1, false}, {false, true, 5, false}, {true, false, 5, false}};
   for (const auto& c : cases) EXPECT_EQ(AskOnClose(c.ask, c.changed, c.pos), c.expected);
-  EXPECT_EQ(CloseQuestionText("a.png"), "a.png\nThis image has changed.\nDo you want to save it ?");
+  EXPECT_EQ(CloseQuestionText("a.png"), "a.png\n\nThis image has changed.\nDo you want to save it ?");
 
   Doc d;
   d.doc.SetViewSize(800, 600);
