@@ -1,7 +1,8 @@
 // The editor's entry: the splash window is the start object; its first tick
 // runs the start routine. No command-line argument is read (the
 // screenshot hook of scripts/screenshots reads its environment variables,
-// see shell/screenshot_run.h).
+// see shell/screenshot_run.h). SIGTERM and SIGINT end the run through the
+// session: settings written, no questions asked.
 #include <QApplication>
 #include <QTemporaryDir>
 #include <memory>
@@ -29,6 +30,15 @@ int main(int argc, char* argv[]) {
   }
 
   kelvane::EditorSession session(appFolder, !screenshots);
+  if (screenshots) {
+    // The tour's own folder: its help file and no lock shared with a real run.
+    session.SetInstanceLockFile(appFolder / "instance.lock");
+    std::error_code ec;
+    std::filesystem::create_directories(appFolder / "Help", ec);
+    std::filesystem::copy_file(kelvane::ExecutableDir() / "Help" / "default.htm", appFolder / "Help" / "default.htm",
+                               ec);
+  }
+  kelvane::EditorSession::CatchTerminationSignals(session);
   kelvane::SplashWindow splash;
   QObject::connect(&splash, &kelvane::SplashWindow::startRoutine, &session, [&session, &splash] {
     session.StartRoutine(&splash);

@@ -4,8 +4,13 @@
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
+#include <QPolygon>
+#include <algorithm>
 
 #include "document/canvas_render.h"
+#include "document/canvas_tools.h"
+#include "document/clip_history.h"
+#include "document/tool_cursors.h"
 
 namespace kelvane {
 
@@ -17,11 +22,15 @@ CanvasWidget::CanvasWidget(Document& doc, QWidget* parent) : QWidget(parent), do
   setFocusPolicy(Qt::StrongFocus);
 }
 
-void CanvasWidget::ApplyPointer(int32_t pointer) {
-  if (pointer == kPointerCustom)
-    setCursor(Qt::OpenHandCursor);
-  else
+void CanvasWidget::ApplyPointer(int32_t pointer) { SetToolPointer(pointer == kPointerCustom ? "cRelease" : ""); }
+
+void CanvasWidget::SetToolPointer(std::string_view picture) {
+  if (picture == toolPointer_) return;
+  toolPointer_ = std::string(picture);
+  if (picture.empty())
     unsetCursor();
+  else
+    setCursor(ToolCursor(picture));
 }
 
 void CanvasWidget::paintEvent(QPaintEvent* event) {
@@ -30,7 +39,62 @@ void CanvasWidget::paintEvent(QPaintEvent* event) {
   const QImage image = RenderDocumentArea(doc_, area, outlineShown_);
   QPainter painter(this);
   painter.drawImage(area.topLeft(), image);
+  painter.setClipRect(area);
+  DrawFloatingPaste(painter);
+  DrawRubberBand(painter);
   emit painted();
+}
+
+void CanvasWidget::DrawFloatingPaste(QPainter& painter) {
+  if (!clips_ || !clips_->IsFloating(doc_)) return;
+  const int32_t z = std::max<int32_t>(1, ZoomTable(doc_.ZoomFactor()));
+  const int32_t h = doc_.HScroll().Value, v = doc_.VScroll().Value;
+  Rect area;
+  Bits patch;
+  if (clips_->FloatingPreview(doc_, area, patch) && !patch.IsNull()) {
+    QImage image(patch.Width(), patch.Height(), QImage::Format_RGB32);
+    if (!image.isNull()) {
+      for (int y = 0; y < patch.Height(); ++y) {
+        const uint8_t* s = patch.Row(y);
+        QRgb* line = reinterpret_cast<QRgb*>(image.scanLine(y));
+        for (int x = 0; x < patch.Width(); ++x, s += 4) line[x] = qRgb(s[2], s[1], s[0]);
+      }
+      const Point at = PictureToCanvas(area.left, area.top, h, v, z);
+      painter.drawImage(QRect(at.x, at.y, patch.Width() * z, patch.Height() * z), image);
+    }
+  }
+  // The clip's frame, also where it covers no picture.
+  const FloatingPaste& f = *clips_->Floating();
+  const Point a = PictureToCanvas(f.X, f.Y, h, v, z);
+  const QRect frame(a.x, a.y, f.Clip.Width() * z, f.Clip.Height() * z);
+  painter.setBrush(Qt::NoBrush);
+  painter.setPen(QPen(Qt::white, 1));
+  painter.drawRect(frame.adjusted(0, 0, -1, -1));
+  painter.setPen(QPen(Qt::black, 1, Qt::DashLine));
+  painter.drawRect(frame.adjusted(0, 0, -1, -1));
+}
+
+void CanvasWidget::DrawRubberBand(QPainter& painter) {
+  if (!tools_) return;
+  const RubberBand& band = tools_->Overlay();
+  if (!band.Visible) return;
+  painter.setBrush(Qt::NoBrush);
+  for (int pass = 0; pass < 2; ++pass) {
+    painter.setPen(pass == 0 ? QPen(Qt::white, 1) : QPen(Qt::black, 1, Qt::DashLine));
+    // The band's corners are pixel corners: the frame lies on the first and
+    // the last canvas column of the pixels it encloses.
+    const QRect box(band.X1, band.Y1, std::max(1, band.X2 - band.X1) - 1, std::max(1, band.Y2 - band.Y1) - 1);
+    if (band.Kind == 0) {
+      painter.drawRect(box);
+    } else if (band.Kind == 1) {
+      painter.drawEllipse(box);
+    } else if (band.Points.size() >= 2) {
+      QPolygon line;
+      line.reserve(static_cast<qsizetype>(band.Points.size()));
+      for (const Point& p : band.Points) line << QPoint(p.x, p.y);
+      painter.drawPolyline(line);
+    }
+  }
 }
 
 void CanvasWidget::mousePressEvent(QMouseEvent* event) {

@@ -1,8 +1,10 @@
 // CanvasWidget: the visible canvas iDst of a document window. It paints the
 // document's picture at its zoom and scroll from Bits, only over the exposed
 // rectangle, and the selection's marching outline while the window's
-// selection timer runs. Mouse input is passed on as signals in canvas
-// pixels; the canvas tools bind to them.
+// selection timer runs. Over the picture it draws the picture of a paste
+// still floating over the document and the canvas tools' rubber band. Mouse
+// input is passed on as signals in canvas pixels; the canvas tools bind to
+// them.
 //
 // Contract:
 //  - The canvas never owns the document; the window that made it keeps the
@@ -10,13 +12,25 @@
 //  - Its size is set by the window from the document's layout (DstWidth x
 //    DstHeight); it does not lay itself out.
 //  - Painting never throws and never changes the document.
+//  - The rubber band is drawn from the tools' Overlay (canvas coordinates) as
+//    a black dashed line over a white one, visible on any picture. The float
+//    is drawn from ClipHistory::FloatingPreview: only the covered rectangle
+//    of the picture, stretched by the zoom as the picture is, framed by a
+//    dashed line round the clip.
 #pragma once
 
 #include <QWidget>
+#include <string>
+#include <string_view>
 
 #include "document/document.h"
 
+class QPainter;
+
 namespace kelvane {
+
+class CanvasTools;
+class ClipHistory;
 
 class CanvasWidget : public QWidget {
   Q_OBJECT
@@ -30,6 +44,16 @@ class CanvasWidget : public QWidget {
 
   // The pointer of the document (default arrow or the cRelease hand).
   void ApplyPointer(int32_t pointer);
+  // A tool pointer by picture name (ToolCursor); "" gives the arrow. Only a
+  // change of name touches the cursor.
+  void SetToolPointer(std::string_view picture);
+  std::string_view ToolPointer() const { return toolPointer_; }
+
+  // Where the overlays come from; either may be null (nothing drawn).
+  void SetOverlaySources(const CanvasTools* tools, const ClipHistory* clips) {
+    tools_ = tools;
+    clips_ = clips;
+  }
 
  signals:
   void mousePressed(Qt::MouseButton button, int x, int y, Qt::KeyboardModifiers modifiers);
@@ -49,8 +73,14 @@ class CanvasWidget : public QWidget {
   void keyReleaseEvent(QKeyEvent* event) override;
 
  private:
+  void DrawFloatingPaste(QPainter& painter);
+  void DrawRubberBand(QPainter& painter);
+
   Document& doc_;
   bool outlineShown_ = false;
+  const CanvasTools* tools_ = nullptr;
+  const ClipHistory* clips_ = nullptr;
+  std::string toolPointer_ = "-";
 };
 
 }  // namespace kelvane

@@ -12,6 +12,8 @@
 #include <algorithm>
 
 #include "document/canvas_widget.h"
+#include "document/clip_history.h"
+#include "document/tool_cursors.h"
 
 namespace kelvane {
 
@@ -106,6 +108,11 @@ void DocumentWindow::BuildControls() {
   pImage_->setAutoFillBackground(true);
   pImage_->installEventFilter(this);
   canvas_ = new CanvasWidget(doc_, pImage_);
+  canvas_->SetOverlaySources(&tools_, nullptr);
+  connect(canvas_, &CanvasWidget::mousePressed, this, &DocumentWindow::OnCanvasPress);
+  connect(canvas_, &CanvasWidget::mouseMoved, this, &DocumentWindow::OnCanvasMove);
+  connect(canvas_, &CanvasWidget::mouseReleased, this, &DocumentWindow::OnCanvasRelease);
+  connect(canvas_, &CanvasWidget::keyReleased, this, &DocumentWindow::OnCanvasKeyRelease);
   hSB_ = new QScrollBar(Qt::Horizontal, pImage_);
   hSB_->setObjectName("hSB");
   vSB_ = new QScrollBar(Qt::Vertical, pImage_);
@@ -215,7 +222,7 @@ void DocumentWindow::ApplyLayout() {
   scrollLock_ = false;
   canvas_->setGeometry(0, 0, std::max(0, doc_.DstWidth()), std::max(0, doc_.DstHeight()));
   canvas_->setVisible(doc_.DstVisible());
-  canvas_->ApplyPointer(doc_.CanvasPointer());
+  RefreshPointer();
   if (!doc_.PixelPanel().empty()) SetPanelText(kPanelPixel, QString::fromStdString(doc_.PixelPanel()));
   canvas_->update();
 }
@@ -277,16 +284,171 @@ void DocumentWindow::Scroll(int32_t x, int32_t y) {
 
 void DocumentWindow::SetMouseScroll(bool on) {
   doc_.MouseScroll(on);
-  canvas_->ApplyPointer(doc_.CanvasPointer());
+  RefreshPointer();
+}
+
+void DocumentWindow::SetCanvasHost(CanvasHost* host, ClipHistory* clips) {
+  host_ = host;
+  clips_ = host ? clips : nullptr;
+  canvas_->SetOverlaySources(&tools_, clips_);
+  RefreshPointer();
+}
+
+void DocumentWindow::RefreshPointer() {
+  std::string_view picture;
+  if (doc_.MouseScroll() && doc_.CanvasPointer() == kPointerCustom) {
+    picture = tools_.Grabbing ? "cGrab" : "cRelease";
+  } else if (tools_.MouseIsDown && !tools_.Pointer().empty()) {
+    picture = tools_.Pointer();
+  } else if (host_) {
+    const std::string tool = host_->Record().CurrentTool.Get();
+    picture = CursorPictureForTool(tool);
+  }
+  canvas_->SetToolPointer(picture);
+}
+
+namespace {
+
+bool ToolButton(Qt::MouseButton button, MouseButton& out) {
+  switch (button) {
+    case Qt::LeftButton: out = MouseButton::Left; return true;
+    case Qt::RightButton: out = MouseButton::Right; return true;
+    case Qt::MiddleButton: out = MouseButton::Middle; return true;
+    default: return false;
+  }
+}
+
+}  // namespace
+
+bool DocumentWindow::FloatPress(int x, int y) {
+  if (!clips_ || !clips_->IsFloating(doc_)) return false;
+  const FloatingPaste& f = *clips_->Floating();
+  const int32_t z = std::max<int32_t>(1, ZoomTable(doc_.ZoomFactor()));
+  const Point a = PictureToCanvas(f.X, f.Y, doc_.HScroll().Value, doc_.VScroll().Value, z);
+  const QRect frame(a.x, a.y, f.Clip.Width() * z, f.Clip.Height() * z);
+  if (frame.contains(x, y)) {
+    draggingFloat_ = true;
+    floatGrab_ = QPoint(x - a.x, y - a.y);
+    return true;
+  }
+  // A press beside the clip lays it down.
+  if (clips_->DropFloatingPaste(doc_) && host_) {
+    host_->SetLastCommandCaption("Paste");
+    host_->Update(false, true);
+    emit pictureEdited();
+  }
+  canvas_->update();
+  return true;
+}
+
+bool DocumentWindow::FloatMove(int x, int y) {
+  if (!draggingFloat_) return false;
+  if (!clips_ || !clips_->IsFloating(doc_)) {
+    draggingFloat_ = false;
+    return false;
+  }
+  const int32_t z = std::max<int32_t>(1, ZoomTable(doc_.ZoomFactor()));
+  const Point at = CanvasToPicture(x - floatGrab_.x(), y - floatGrab_.y(), doc_.HScroll().Value,
+                                   doc_.VScroll().Value, z);
+  // Truncation goes towards zero; a clip dragged past the left or top edge
+  // steps by whole picture pixels all the same.
+  const int32_t px = x - floatGrab_.x() + doc_.HScroll().Value;
+  const int32_t py = y - floatGrab_.y() + doc_.VScroll().Value;
+  clips_->MoveFloatingPaste(doc_, px < 0 ? -((-px + z - 1) / z) : at.x, py < 0 ? -((-py + z - 1) / z) : at.y);
+  canvas_->update();
+  return true;
+}
+
+void DocumentWindow::OnCanvasPress(Qt::MouseButton button, int x, int y, Qt::KeyboardModifiers modifiers) {
+  if (!host_) return;
+  emit canvasPressed();
+  if (button == Qt::LeftButton && FloatPress(x, y)) return;
+  MouseButton b;
+  if (!ToolButton(button, b)) return;
+  const QPoint screen = canvas_->mapToGlobal(QPoint(x, y));
+  tools_.MouseDown(doc_, *host_, b, x, y, modifiers.testFlag(Qt::ShiftModifier), Point{screen.x(), screen.y()});
+  FollowTools(false);
+  emit canvasInfo(tools_.Info());
+}
+
+void DocumentWindow::OnCanvasMove(Qt::MouseButtons, int x, int y, Qt::KeyboardModifiers modifiers) {
+  if (!host_) return;
+  if (FloatMove(x, y)) return;
+  const QPoint screen = canvas_->mapToGlobal(QPoint(x, y));
+  const int32_t h = doc_.HScroll().Value, v = doc_.VScroll().Value;
+  tools_.MouseMove(doc_, *host_, x, y, modifiers.testFlag(Qt::ShiftModifier), Point{screen.x(), screen.y()});
+  if (h != doc_.HScroll().Value || v != doc_.VScroll().Value) {
+    // The grab scrolled the document: the bars follow without repainting twice.
+    scrollLock_ = true;
+    hSB_->setValue(doc_.HScroll().Value);
+    vSB_->setValue(doc_.VScroll().Value);
+    scrollLock_ = false;
+  }
+  FollowTools(false);
+  emit canvasInfo(tools_.Info());
+}
+
+void DocumentWindow::OnCanvasRelease(Qt::MouseButton button, int x, int y, Qt::KeyboardModifiers modifiers) {
+  if (!host_) return;
+  if (draggingFloat_ && button == Qt::LeftButton) {
+    draggingFloat_ = false;
+    return;
+  }
+  MouseButton b;
+  if (!ToolButton(button, b)) return;
+  const bool stroke = !tools_.StrokeTool().empty();
+  const int32_t undoPos = doc_.History().UndoPos();
+  tools_.MouseUp(doc_, *host_, b, x, y, modifiers.testFlag(Qt::ShiftModifier));
+  FollowTools(true);
+  if (stroke && doc_.History().UndoPos() != undoPos) emit pictureEdited();
+}
+
+void DocumentWindow::OnCanvasKeyRelease(int key, Qt::KeyboardModifiers) {
+  if (!host_ || key != Qt::Key_Control) return;
+  tools_.KeyUp(doc_, *host_, kKeyControl);
+  FollowTools(false);
+}
+
+void DocumentWindow::FollowTools(bool release) {
+  const bool timerOn = tools_.SelectionTimerOn();
+  if (release || timerOn != toolsTimerSeen_) {
+    // The tools ran their first tick themselves: the window only keeps the
+    // beat from here on.
+    if (timerOn) {
+      canvas_->SetOutlineShown(true);
+      if (!tmrSelection_.isActive()) tmrSelection_.start();
+    } else {
+      tmrSelection_.stop();
+      canvas_->SetOutlineShown(false);
+    }
+    toolsTimerSeen_ = timerOn;
+  }
+  const bool band = tools_.Overlay().Visible;
+  bool whole = tools_.TakeRepaint() || band || bandShown_;
+  bandShown_ = band;
+  if (tools_.TakeOutlineRedraw()) {
+    if (tools_.MouseIsDown || release)
+      whole = true;  // an outline that moved leaves its old place to clean up
+    else
+      UpdateRegion();
+  }
+  if (whole) canvas_->update();
+  RefreshPointer();
 }
 
 void DocumentWindow::StartTimer() {
-  SelectionTick();
+  // The tools' timer is this one: its first tick is the tick run here.
+  tools_.StartTimer(doc_);
+  tools_.TakeOutlineRedraw();
+  toolsTimerSeen_ = true;
   canvas_->SetOutlineShown(true);
+  UpdateRegion();
   tmrSelection_.start();
 }
 
 void DocumentWindow::StopTimer() {
+  tools_.StopTimer();
+  toolsTimerSeen_ = false;
   tmrSelection_.stop();
   canvas_->SetOutlineShown(false);
 }

@@ -24,6 +24,23 @@
 //    at 100 (the end of every run) or beyond; a negative value hides it.
 //  - Form_Activate and Form_Deactivate are called by the main window as the
 //    active sub-window changes.
+//  - Canvas tools: with a host set (SetCanvasHost, the Application), the
+//    canvas's press, move, release and Ctrl key-up go to the window's own
+//    CanvasTools with canvas coordinates; canvasPressed goes out first, so
+//    the owner can make this document the active one before the stroke
+//    reaches the host's Update. After each event the window draws what the
+//    tools ask for: the picture (TakeRepaint), the outline (TakeOutlineRedraw),
+//    the rubber band, and it follows their outline timer: a change of the
+//    timer's state starts or stops tmrSelection, and every release applies
+//    the state the release left. canvasInfo carries the info readout of each
+//    press and move. Without a host the mouse does nothing.
+//  - A paste floating over the document (the clip history given with the
+//    host) takes the pointer first: a left press on the clip drags it, a
+//    left press beside it lays it down with an undo step ("Paste") and
+//    starts nothing else.
+//  - The pointer shows the stroke's tool picture while a stroke runs, the
+//    picture of the current tool otherwise, and the hands while the mouse
+//    scroll mode is on and the picture can scroll.
 #pragma once
 
 #include <QSize>
@@ -34,6 +51,7 @@
 #include <string>
 #include <string_view>
 
+#include "document/canvas_tools.h"
 #include "document/document.h"
 
 class QLabel;
@@ -45,6 +63,7 @@ class QTabBar;
 namespace kelvane {
 
 class CanvasWidget;
+class ClipHistory;
 
 // Tab captions, in ViewTab order.
 inline constexpr std::string_view kTabOriginalCaption = "Enhanced";
@@ -77,6 +96,15 @@ class DocumentWindow : public QWidget {
   QScrollBar* VBar() const { return vSB_; }
   QTabBar* Tabs() const { return tabs_; }
   QProgressBar* FilterProgressBar() const { return cFilterProgress_; }
+
+  // The canvas tools' host and the paste box's model; null host: the mouse
+  // does nothing on the canvas.
+  void SetCanvasHost(CanvasHost* host, ClipHistory* clips = nullptr);
+  CanvasHost* Host() const { return host_; }
+  CanvasTools& Tools() { return tools_; }
+  const CanvasTools& Tools() const { return tools_; }
+  // Puts up the pointer for the state of the tools and the document.
+  void RefreshPointer();
 
   // What the window would like to be on opening, inside a client area.
   QSize PreferredSize(QSize clientArea) const;
@@ -124,6 +152,12 @@ class DocumentWindow : public QWidget {
   void tabSelected(kelvane::ViewTab tab);
   // cLayers_Click: the main window shows its layer panel.
   void layerPanelWanted();
+  // A press on the canvas, before the tools see it.
+  void canvasPressed();
+  // The info box readout after a press or a move on the canvas.
+  void canvasInfo(const kelvane::InfoReadout& info);
+  // A stroke or a drop changed the picture (after its undo step).
+  void pictureEdited();
 
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override;
@@ -135,6 +169,17 @@ class DocumentWindow : public QWidget {
   void OnHBar(int value);
   void OnVBar(int value);
   void ShowTab(ViewTab tab);
+  void OnCanvasPress(Qt::MouseButton button, int x, int y, Qt::KeyboardModifiers modifiers);
+  void OnCanvasMove(Qt::MouseButtons buttons, int x, int y, Qt::KeyboardModifiers modifiers);
+  void OnCanvasRelease(Qt::MouseButton button, int x, int y, Qt::KeyboardModifiers modifiers);
+  void OnCanvasKeyRelease(int key, Qt::KeyboardModifiers modifiers);
+  // Draws what the tools asked for; `release` applies their timer state
+  // whether or not it changed.
+  void FollowTools(bool release);
+  // The floating paste's share of a press, move or release: true when it
+  // took the event.
+  bool FloatPress(int x, int y);
+  bool FloatMove(int x, int y);
 
   Document& doc_;
   QTabBar* tabs_ = nullptr;
@@ -156,6 +201,13 @@ class DocumentWindow : public QWidget {
   QTimer tmrSelection_;
   bool scrollLock_ = false;
   bool changingTab_ = false;
+  CanvasHost* host_ = nullptr;
+  ClipHistory* clips_ = nullptr;
+  CanvasTools tools_;
+  bool toolsTimerSeen_ = false;
+  bool bandShown_ = false;
+  bool draggingFloat_ = false;
+  QPoint floatGrab_;
 };
 
 }  // namespace kelvane

@@ -1,6 +1,9 @@
 #include "shell/main_window.h"
 
 #include <QCloseEvent>
+#include <QDockWidget>
+#include <QLabel>
+#include <QStatusBar>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMouseEvent>
@@ -27,6 +30,10 @@ MainWindow::MainWindow(StartRecord& record, QWidget* parent) : QMainWindow(paren
   mdiArea_->viewport()->installEventFilter(this);
   connect(mdiArea_, &QMdiArea::subWindowActivated, this, &MainWindow::OnSubWindowActivated);
   setCentralWidget(mdiArea_);
+  statusSize_ = new QLabel(this);
+  statusSize_->setObjectName("Size");
+  statusSize_->setMinimumWidth(statusSize_->fontMetrics().horizontalAdvance("00000 x 00000") + 12);
+  statusBar()->addPermanentWidget(statusSize_);
   sideBoxes_ = LoadSideBoxes(this);
 }
 
@@ -53,6 +60,21 @@ void MainWindow::RestoreFrame() {
   const QSize stored(TwipsToPixels(record_.MainWidth), TwipsToPixels(record_.MainHeight));
   setWindowState(windowState() & ~Qt::WindowMaximized);
   resize(stored.expandedTo(kSmallestFrame));
+}
+
+void MainWindow::SetStatusSize(const QString& text) { statusSize_->setText(text); }
+
+QString MainWindow::StatusSize() const { return statusSize_->text(); }
+
+void MainWindow::SetToolStrip(QWidget* strip) {
+  if (!strip) return;
+  auto* dock = new QDockWidget(this);
+  dock->setObjectName("ToolDock");
+  dock->setFeatures(QDockWidget::NoDockWidgetFeatures);
+  dock->setTitleBarWidget(new QWidget(dock));
+  dock->setWidget(strip);
+  addDockWidget(Qt::LeftDockWidgetArea, dock);
+  toolStrip_ = strip;
 }
 
 void MainWindow::RestoreSideBoxes() { PlaceSideBoxes(record_, sideBoxes_); }

@@ -21,6 +21,9 @@
 //    Form_Deactivate and the new one Form_Activate.
 //  - Closing the frame runs the handler set with SetUnloadHandler (the
 //    unload handler of the frame); false keeps the frame open.
+//  - The frame's status bar holds the field "Size".
+//  - SetToolStrip docks the tool bar and its panels at the frame's left
+//    edge, fixed there; the frame owns it from then on.
 #pragma once
 
 #include <QMainWindow>
@@ -31,6 +34,7 @@
 #include "shell/side_boxes.h"
 #include "shell/start_record.h"
 
+class QLabel;
 class QMdiArea;
 class QMdiSubWindow;
 
@@ -70,6 +74,13 @@ class MainWindow : public QMainWindow {
   void TileVertically();
   void Cascade();
 
+  // The frame's status field "Size": the active picture's width and height.
+  void SetStatusSize(const QString& text);
+  QString StatusSize() const;
+
+  void SetToolStrip(QWidget* strip);
+  QWidget* ToolStripWidget() const { return toolStrip_; }
+
   void SetEmptyAreaDoubleClick(std::function<void()> handler) { emptyAreaDoubleClick_ = std::move(handler); }
   void SetCloseQuery(std::function<bool(DocumentWindow&)> query) { closeQuery_ = std::move(query); }
   void SetUnloadHandler(std::function<bool()> handler) { unloadHandler_ = std::move(handler); }
@@ -96,6 +107,8 @@ class MainWindow : public QMainWindow {
   QMdiArea* mdiArea_ = nullptr;
   SideBoxSet sideBoxes_;
   DocumentWindow* activeWindow_ = nullptr;
+  QWidget* toolStrip_ = nullptr;
+  QLabel* statusSize_ = nullptr;
   std::function<void()> emptyAreaDoubleClick_;
   std::function<bool(DocumentWindow&)> closeQuery_;
   std::function<bool()> unloadHandler_;

@@ -3,7 +3,11 @@
 #include <QApplication>
 #include <QDir>
 #include <QGuiApplication>
+#include <QDialog>
+#include <QFileInfo>
 #include <QMdiSubWindow>
+#include <QMenu>
+#include <QMenuBar>
 #include <QPixmap>
 #include <QScreen>
 #include <QTimer>
@@ -12,8 +16,13 @@
 #include <memory>
 #include <vector>
 
+#include "dialogs/open_picture_dialog.h"
 #include "document/document_window.h"
+#include "imagefiles/file_dialog_filters.h"
+#include "shell/application.h"
 #include "shell/editor_session.h"
+#include "shell/menu_bar.h"
+#include "shell/qt_user_interface.h"
 #include "shell/main_window.h"
 #include "shell/splash_window.h"
 
@@ -148,8 +157,68 @@ void ScheduleScreenshotTour(EditorSession& session, SplashWindow& splash, const 
          s->Main()->TileHorizontally();
        }},
       {kSettleDelay, [s, folder] { Save(GrabScreen(s->Main()), folder, "06-tile-horizontal.png"); }},
-      {0, [] { QApplication::exit(0); }},
   };
+  // The menus dropped down from the bar, one after another.
+  const char* menus[][2] = {{"mnuFile", "07-menu-file.png"},
+                            {"mnuEdit", "08-menu-edit.png"},
+                            {"mnuFilters1", "09-menu-filters.png"},
+                            {"mnuImage", "10-menu-image.png"},
+                            {"mnuView", "11-menu-view.png"}};
+  for (const auto& menu : menus) {
+    const QString name = menu[0], file = menu[1];
+    tour->steps.push_back({0, [s, name] {
+                             if (QMenu* m = s->Menus()->Menu(name.toStdString())) {
+                               s->Main()->activateWindow();
+                               s->Main()->menuBar()->setActiveAction(m->menuAction());
+                             }
+                           }});
+    tour->steps.push_back({kStepDelay, [s, name, folder, file] {
+                             Save(GrabScreen(s->Main()), folder, file);
+                             if (QMenu* m = s->Menus()->Menu(name.toStdString())) m->hide();
+                             s->Main()->menuBar()->setActiveAction(nullptr);
+                           }});
+  }
+  // Each dialog, opened by its menu item; the script hook saves it and
+  // closes it again without a change.
+  tour->steps.push_back({kStepDelay, [s, folder] {
+                           auto script = std::make_shared<ScriptedAnswers>();
+                           int n = 11;
+                           s->Ui().SetScript(script);
+                           const std::pair<const char*, int> items[] = {
+                               {"FILE", 0},   {"IMAGE", 0},   {"IMAGE", 1},    {"IMAGE", 2},  {"IMAGE", 3},
+                               {"EDIT", 22},  {"ABOUT", 7},   {"EDIT", 21},    {"FILTERS", 15}, {"COLORS", 10},
+                               {"SWAP", 6},   {"SHAPES", 11}, {"SHAPES", 12}};
+                           for (const auto& [array, index] : items) {
+                             if (std::string_view(array) != "FILE" && !s->App().GetActiveImage()) continue;
+                             script->Dialog = [folder, &n, array, index](QDialog& dialog, std::string_view form) {
+                               dialog.adjustSize();
+                               QApplication::processEvents();
+                               QString name = QString::fromUtf8(form.data(), static_cast<qsizetype>(form.size()));
+                               // The filter dialogs are told apart by their menu item.
+                               if (name == "fFilter") name += QString("-%1-%2").arg(array).arg(index);
+                               Save(dialog.grab(), folder, QString("%1-dialog-%2.png").arg(++n).arg(name));
+                             };
+                             s->App().MenuClick(array, index);
+                           }
+                           s->Ui().SetScript(nullptr);
+                         }});
+  tour->steps.push_back({kStepDelay, [s, request, folder] {
+                           OpenPictureDialog dialog(s->Main());
+                           dialog.setWindowTitle(QString::fromUtf8(kOpenTitle.data(), kOpenTitle.size()));
+                           dialog.setNameFilters(QtNameFilters(kOpenFilter));
+                           if (!request.Pictures.isEmpty()) {
+                             const QFileInfo first(request.Pictures.back());
+                             dialog.setDirectory(first.absolutePath());
+                             dialog.selectFile(first.fileName());
+                             dialog.ShowPreview(first.absoluteFilePath());
+                           }
+                           dialog.resize(900, 520);
+                           dialog.show();
+                           QApplication::processEvents();
+                           Save(dialog.grab(), folder, "30-dialog-open.png");
+                           dialog.reject();
+                         }});
+  tour->steps.push_back({0, [] { QApplication::exit(0); }});
   QObject::connect(&splash, &SplashWindow::startRoutine, &session, [tour] { Tour::RunNext(tour); });
 }
 

@@ -6,7 +6,9 @@
 // In that mode the editor starts on a scratch application folder with the
 // first-start settings (every side box shown, the settings file untouched),
 // opens the pictures, walks through a fixed tour of its windows saving one
-// PNG per stop, and quits. A picture that does not open is reported on
+// PNG per stop (the frame with two documents, the menus dropped down, each
+// dialog opened by its menu item and cancelled, the open dialog with its
+// preview), and quits. A picture that does not open is reported on
 // standard error and skipped.
 #pragma once
 

@@ -8,7 +8,6 @@
 #include <QPainter>
 #include <QScreen>
 #include <QStyle>
-#include <QTabWidget>
 #include <QToolButton>
 #include <QVBoxLayout>
 #include <algorithm>
@@ -25,6 +24,15 @@ inline constexpr QSize kContentMinimum(80, 40);
 
 QString ToQString(std::string_view text) {
   return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+// Box places are kept from the top-left corner of the frame's document
+// area, so that the boxes keep clear of the tool strip and the menu bar and
+// move with the frame; without a frame, from the screen's corner.
+QPoint PlaceOrigin(const QWidget* box) {
+  const auto* frame = qobject_cast<const QMainWindow*>(box->parentWidget());
+  if (!frame || !frame->centralWidget()) return QPoint(0, 0);
+  return frame->centralWidget()->mapToGlobal(QPoint(0, 0));
 }
 
 // Moves a rectangle whose title strip lies on no screen onto the screen
@@ -104,25 +112,11 @@ class ContentArea : public QWidget {
   }
 };
 
-// finfo's two pages.
-void FillInfoBox(QWidget* content) {
-  auto* layout = new QVBoxLayout(content);
-  layout->setContentsMargins(3, 2, 3, 3);
-  auto* tabs = new QTabWidget(content);
-  auto* tabInfo = new QWidget(tabs);
-  tabInfo->setObjectName("tabInfo");
-  auto* tabOptimize = new QWidget(tabs);
-  tabOptimize->setObjectName("tabOptimize");
-  tabs->addTab(tabInfo, "Selection");
-  tabs->addTab(tabOptimize, "Optimize");
-  layout->addWidget(tabs);
-}
-
 }  // namespace
 
-const std::array<SideBoxPlacement, 7>& SideBoxTable() {
+const std::array<SideBoxInfo, 7>& SideBoxInfoTable() {
   using R = StartRecord;
-  static const std::array<SideBoxPlacement, 7> table{{
+  static const std::array<SideBoxInfo, 7> table{{
       {"fToolColor", "Colors", 4, &R::ColorBoxShown, &R::ColorBoxRolled, &R::ColorBoxLeft, &R::ColorBoxTop,
        nullptr, nullptr, QSize(176, 200)},
       {"fToolTextures", "Textures", 5, &R::TexturesBoxShown, &R::TexturesBoxRolled, &R::TexturesBoxLeft,
@@ -141,8 +135,8 @@ const std::array<SideBoxPlacement, 7>& SideBoxTable() {
   return table;
 }
 
-const SideBoxPlacement* FindSideBox(std::string_view formName) {
-  for (const SideBoxPlacement& row : SideBoxTable())
+const SideBoxInfo* FindSideBox(std::string_view formName) {
+  for (const SideBoxInfo& row : SideBoxInfoTable())
     if (row.FormName == formName) return &row;
   return nullptr;
 }
@@ -154,7 +148,7 @@ int16_t PixelsToTwips(int pixels) {
   return static_cast<int16_t>(std::clamp<int64_t>(twips, INT16_MIN, INT16_MAX));
 }
 
-SideBox::SideBox(const SideBoxPlacement& placement, QWidget* parent)
+SideBox::SideBox(const SideBoxInfo& placement, QWidget* parent)
     : QDockWidget(ToQString(placement.Title), parent), placement_(placement) {
   setObjectName(ToQString(placement.FormName));
   setFeatures(QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetFloatable);
@@ -172,7 +166,6 @@ SideBox::SideBox(const SideBoxPlacement& placement, QWidget* parent)
   content_->setObjectName("content");
   content_->setAutoFillBackground(true);
   content_->setMinimumSize(kContentMinimum);
-  if (placement.FormName == "finfo") FillInfoBox(content_);
   setWidget(content_);
   resize(placement.DesignSize);
   fullHeight_ = placement.DesignSize.height();
@@ -209,7 +202,7 @@ SideBoxSet LoadSideBoxes(QWidget* owner) {
   auto* frame = qobject_cast<QMainWindow*>(owner);
   for (std::string_view name :
        {"fToolColor", "fToolTextures", "fPaste", "fToolBrowser", "finfo", "fPanView", "fLayerBox"}) {
-    const SideBoxPlacement* row = FindSideBox(name);
+    const SideBoxInfo* row = FindSideBox(name);
     auto* box = new SideBox(*row, owner);
     if (frame) frame->addDockWidget(Qt::RightDockWidgetArea, box);
     box->setFloating(true);
@@ -220,7 +213,7 @@ SideBoxSet LoadSideBoxes(QWidget* owner) {
 }
 
 void PlaceSideBoxes(const StartRecord& record, const SideBoxSet& boxes) {
-  for (const SideBoxPlacement& row : SideBoxTable()) {
+  for (const SideBoxInfo& row : SideBoxInfoTable()) {
     const auto it = boxes.find(row.FormName);
     if (it == boxes.end() || !(record.*row.Shown)) continue;
     SideBox* box = it->second;
@@ -231,7 +224,8 @@ void PlaceSideBoxes(const StartRecord& record, const SideBoxSet& boxes) {
     size = size.expandedTo(box->minimumSizeHint()).expandedTo(QSize(kReachableWidth, 40));
     const int titleHeight = box->titleBarWidget() ? box->titleBarWidget()->sizeHint().height() : 20;
     const QRect place = KeepReachable(
-        QRect(QPoint(TwipsToPixels(record.*row.Left), TwipsToPixels(record.*row.Top)), size), titleHeight);
+        QRect(PlaceOrigin(box) + QPoint(TwipsToPixels(record.*row.Left), TwipsToPixels(record.*row.Top)), size),
+        titleHeight);
     if (box->IsRolled()) box->pMm_Click();
     box->setFloating(true);
     box->setGeometry(place);
@@ -240,20 +234,20 @@ void PlaceSideBoxes(const StartRecord& record, const SideBoxSet& boxes) {
   }
 }
 
-void StoreSideBoxGeometry(const SideBoxSet& boxes, StartRecord& record) {
-  for (const SideBoxPlacement& row : SideBoxTable()) {
-    const auto it = boxes.find(row.FormName);
-    if (it == boxes.end()) continue;
-    const SideBox* box = it->second;
-    const QPoint at = box->isFloating() ? box->pos() : box->mapToGlobal(QPoint(0, 0));
-    record.*row.Left = PixelsToTwips(at.x());
-    record.*row.Top = PixelsToTwips(at.y());
-    if (row.Width && row.Height) {
-      record.*row.Width = PixelsToTwips(box->width());
-      record.*row.Height = PixelsToTwips(box->FullHeight());
-    }
-    record.*row.Rolled = box->IsRolled() ? kTrue : kFalse;
+void StoreSideBoxGeometry(const SideBox& box, StartRecord& record) {
+  const SideBoxInfo& row = box.Placement();
+  const QPoint at = (box.isFloating() ? box.pos() : box.mapToGlobal(QPoint(0, 0))) - PlaceOrigin(&box);
+  record.*row.Left = PixelsToTwips(at.x());
+  record.*row.Top = PixelsToTwips(at.y());
+  if (row.Width && row.Height) {
+    record.*row.Width = PixelsToTwips(box.width());
+    record.*row.Height = PixelsToTwips(box.FullHeight());
   }
+  record.*row.Rolled = box.IsRolled() ? kTrue : kFalse;
+}
+
+void StoreSideBoxGeometry(const SideBoxSet& boxes, StartRecord& record) {
+  for (const auto& [form, box] : boxes) StoreSideBoxGeometry(*box, record);
 }
 
 }  // namespace kelvane

@@ -4,7 +4,7 @@
 // button pExit; rolled up, a box shows only its title strip.
 //
 // Contract:
-//  - SideBoxTable() lists the boxes in the order start-up shows them, with
+//  - SideBoxInfoTable() lists the boxes in the order start-up shows them, with
 //    the StartRecord fields that place them (twips; a box without stored
 //    width and height keeps its design size) and their VIEWS index.
 //  - PlaceSideBoxes is step 14 of the start: for each box whose shown flag is
@@ -38,7 +38,7 @@ class QToolButton;
 namespace kelvane {
 
 // One box: its form name, title, VIEWS index and where the record keeps it.
-struct SideBoxPlacement {
+struct SideBoxInfo {
   std::string_view FormName;
   std::string_view Title;
   int32_t ViewsIndex;
@@ -53,9 +53,9 @@ struct SideBoxPlacement {
 
 // The boxes in show order: fToolColor, fToolTextures, fPaste, fPanView,
 // fToolBrowser, finfo, fLayerBox.
-const std::array<SideBoxPlacement, 7>& SideBoxTable();
+const std::array<SideBoxInfo, 7>& SideBoxInfoTable();
 // The row of a form name, or null.
-const SideBoxPlacement* FindSideBox(std::string_view formName);
+const SideBoxInfo* FindSideBox(std::string_view formName);
 
 // Twips to pixels and back (15 twips per pixel, ties to even).
 int TwipsToPixels(int32_t twips);
@@ -65,9 +65,9 @@ class SideBox : public QDockWidget {
   Q_OBJECT
 
  public:
-  SideBox(const SideBoxPlacement& placement, QWidget* parent = nullptr);
+  SideBox(const SideBoxInfo& placement, QWidget* parent = nullptr);
 
-  const SideBoxPlacement& Placement() const { return placement_; }
+  const SideBoxInfo& Placement() const { return placement_; }
   // The area below the title strip where the box puts its controls.
   QWidget* Content() const { return content_; }
 
@@ -82,7 +82,7 @@ class SideBox : public QDockWidget {
   void hiddenByUser(const QString& formName);
 
  private:
-  const SideBoxPlacement& placement_;
+  const SideBoxInfo& placement_;
   QWidget* titleBar_ = nullptr;
   QWidget* content_ = nullptr;
   QToolButton* pMm_ = nullptr;
@@ -100,5 +100,13 @@ SideBoxSet LoadSideBoxes(QWidget* owner);
 void PlaceSideBoxes(const StartRecord& record, const SideBoxSet& boxes);
 // The exit's side of it (see the contract).
 void StoreSideBoxGeometry(const SideBoxSet& boxes, StartRecord& record);
+// The same for one box.
+void StoreSideBoxGeometry(const SideBox& box, StartRecord& record);
+
+// Screenshot hook (defined with the box contents, boxes/side_box_contents):
+// the seven boxes filled over a scratch Application with a drawn picture
+// open, a few strokes in its history and a clip, each saved as
+// sidebox-<form name>.png into dir (created). Returns the number written.
+int CaptureSideBoxes(const QString& dir);
 
 }  // namespace kelvane

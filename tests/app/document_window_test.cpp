@@ -11,7 +11,12 @@
 #include <QScrollBar>
 #include <QTabBar>
 
+#include <QMouseEvent>
+
+#include "boxes/scratch_ui.h"
 #include "document/canvas_widget.h"
+#include "imagefiles/picture_io.h"
+#include "shell/application.h"
 #include "test_support.h"
 
 namespace kelvane {
@@ -211,6 +216,176 @@ TEST(DocumentWindowSize, InitialSizeIsCappedByDefaultsAndClientArea) {
       {{2000, 2000}, {640, 480}, {640, 480}},   // the client area
   };
   for (const Case& c : cases) EXPECT_EQ(InitialWindowSize(c.picture, chrome, 20, c.client, minimum), c.want);
+}
+
+// ---- The canvas tools through the window, with the Application as host ----------
+
+// A picture of one colour (0x00BBGGRR).
+Bits Plain(int w, int h, int32_t colour) {
+  Bits b(w, h);
+  b.Fill(0);
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      b.At(0, x, y) = static_cast<uint8_t>(colour >> 16);
+      b.At(1, x, y) = static_cast<uint8_t>(colour >> 8);
+      b.At(2, x, y) = static_cast<uint8_t>(colour);
+    }
+  return b;
+}
+
+int32_t PixelAt(const Document& doc, int x, int y) {
+  const Bits& b = doc.PictureBits();
+  return b.At(2, x, y) | (b.At(1, x, y) << 8) | (b.At(0, x, y) << 16);
+}
+
+// The editor over a picture opened from a file, its window bound to it.
+struct Editor {
+  test::TempDir dir;
+  ScratchUi ui;
+  std::unique_ptr<Application> app;
+  Document* doc = nullptr;
+  std::unique_ptr<DocumentWindow> window;
+
+  explicit Editor(const Bits& picture, QSize windowSize = QSize(320, 260)) {
+    app = std::make_unique<Application>(ui, dir.path());
+    std::string error;
+    const auto file = dir / "picture.bmp";
+    EXPECT_TRUE(SavePictureFile(file, picture, error)) << error;
+    EXPECT_TRUE(app->OpenFile(file.string()));
+    doc = app->Documents().back().get();
+    window = std::make_unique<DocumentWindow>(*doc);
+    window->SetCanvasHost(app.get(), &app->Clips());
+    window->resize(windowSize);
+    window->show();
+    QApplication::processEvents();
+  }
+  StartRecord& Rec() { return app->Record(); }
+  QWidget* Canvas() const { return window->Canvas(); }
+  void Send(QEvent::Type type, QPoint p, Qt::MouseButton button, Qt::MouseButtons buttons) {
+    QMouseEvent e(type, QPointF(p), Canvas()->mapToGlobal(QPointF(p)), button, buttons, Qt::NoModifier);
+    QApplication::sendEvent(Canvas(), &e);
+  }
+  void Press(QPoint p) { Send(QEvent::MouseButtonPress, p, Qt::LeftButton, Qt::LeftButton); }
+  void Move(QPoint p) { Send(QEvent::MouseMove, p, Qt::NoButton, Qt::LeftButton); }
+  void Release(QPoint p) { Send(QEvent::MouseButtonRelease, p, Qt::LeftButton, Qt::NoButton); }
+  QImage Grab() const { return Canvas()->grab().toImage().convertToFormat(QImage::Format_RGB32); }
+};
+
+constexpr int32_t kWhite = 0xFFFFFF;
+constexpr int32_t kRed = 0x0000FF;
+constexpr int32_t kGreen = 0x00FF00;
+
+TEST(DocumentWindowTools, BrushStrokePaintsAlongTheDragAndRecordsOneStep) {
+  Editor e(Plain(60, 40, kWhite));
+  e.Rec().CurrentTool.Set("Brush");
+  e.Rec().BrushMode = 0;
+  e.Rec().BrushSize = 5;
+  e.Rec().BrushPressure = 100;
+  e.Rec().BrushContinuous = kTrue;
+  e.Rec().ForeColor = kRed;
+  ASSERT_EQ(e.doc->History().UndoPos(), 1);  // the opening's step
+  e.Press(QPoint(10, 10));
+  for (int x = 14; x <= 40; x += 6) e.Move(QPoint(x, 10));
+  e.Release(QPoint(40, 10));
+  // Full pressure lays the colour itself; the trace joins the moves.
+  for (int x : {10, 13, 20, 27, 33, 40}) EXPECT_EQ(PixelAt(*e.doc, x, 10), kRed) << x;
+  EXPECT_EQ(PixelAt(*e.doc, 10, 20), kWhite);  // radius 3 (size 5 rounds to 2.5 -> 2) stays near the line
+  EXPECT_EQ(PixelAt(*e.doc, 50, 10), kWhite);
+  EXPECT_EQ(e.doc->History().UndoPos(), 2);
+  ASSERT_EQ(e.app->Clips().Rows().size(), 2u);
+  EXPECT_EQ(e.app->Clips().Rows()[1].Text, "Brush");
+  // The canvas shows the stroke after the repaint.
+  QApplication::processEvents();
+  EXPECT_EQ(e.Grab().pixel(25, 10), qRgb(255, 0, 0));
+  EXPECT_EQ(e.Grab().pixel(25, 30), qRgb(255, 255, 255));
+}
+
+TEST(DocumentWindowTools, FillPaintsOnReleaseOnly) {
+  Editor e(Plain(40, 30, kWhite));
+  e.Rec().CurrentTool.Set("Fill");
+  e.Rec().FillMode = 0;
+  e.Rec().FillTolerance = 10;
+  e.Rec().FillPressure = 100;
+  e.Rec().ForeColor = kGreen;
+  e.Press(QPoint(5, 5));
+  e.Move(QPoint(8, 6));
+  EXPECT_EQ(PixelAt(*e.doc, 5, 5), kWhite);
+  EXPECT_EQ(e.doc->History().UndoPos(), 1);
+  e.Release(QPoint(8, 6));
+  for (QPoint p : {QPoint(0, 0), QPoint(8, 6), QPoint(39, 29)}) EXPECT_EQ(PixelAt(*e.doc, p.x(), p.y()), kGreen);
+  EXPECT_EQ(e.doc->History().UndoPos(), 2);
+}
+
+TEST(DocumentWindowTools, RectangleDragAtZoomTwoMakesTheRegionWithARubberBand) {
+  Editor e(Plain(60, 40, 0x808080));
+  e.window->SetZoomFactor(2);
+  e.Rec().CurrentTool.Set("Select");
+  e.Rec().SelectionMode = 0;   // Add
+  e.Rec().SelectionShape = 0;  // Rectangle
+  e.Press(QPoint(10, 12));
+  e.Move(QPoint(30, 20));
+  e.Move(QPoint(51, 33));
+  // The band runs from picture (5, 6) to (25, 16): canvas (10, 12) to (50, 32),
+  // its frame on the first and last canvas columns inside, 10 and 49.
+  ASSERT_TRUE(e.window->Tools().Overlay().Visible);
+  QApplication::processEvents();
+  const QImage during = e.Grab();
+  EXPECT_NE(during.pixel(10, 20), qRgb(128, 128, 128));  // on the band's left edge
+  EXPECT_NE(during.pixel(49, 20), qRgb(128, 128, 128));  // on its right edge
+  EXPECT_EQ(during.pixel(51, 20), qRgb(128, 128, 128));
+  EXPECT_EQ(during.pixel(30, 20), qRgb(128, 128, 128));  // inside it the picture shows
+  EXPECT_EQ(e.doc->BitRegion().IsEmptyRegion(), true);   // nothing selected before the release
+  e.Release(QPoint(51, 33));
+  int32_t l, t, r, b;
+  ASSERT_TRUE(e.doc->BitRegion().BoundRect(l, t, r, b));
+  EXPECT_EQ(QRect(QPoint(l, t), QPoint(r - 1, b - 1)), QRect(QPoint(5, 6), QPoint(24, 15)));
+  EXPECT_FALSE(e.window->Tools().Overlay().Visible);
+  // The release left a selection: the outline marches, and no step was taken.
+  EXPECT_TRUE(e.window->SelectionTimerOn());
+  EXPECT_EQ(e.doc->History().UndoPos(), 1);
+}
+
+TEST(DocumentWindowTools, PointerFollowsTheToolAndNoHostMeansNoPainting) {
+  Editor e(Plain(30, 20, kWhite));
+  e.Rec().CurrentTool.Set("Fill");
+  e.Move(QPoint(3, 3));
+  EXPECT_EQ(e.window->Canvas()->ToolPointer(), "cFill");
+  e.Rec().CurrentTool.Set("GetColor");
+  e.Move(QPoint(4, 3));
+  EXPECT_EQ(e.window->Canvas()->ToolPointer(), "cPicker");
+  e.Rec().CurrentTool.Set("MouseScroll");
+  e.Move(QPoint(5, 3));
+  EXPECT_EQ(e.window->Canvas()->ToolPointer(), "");
+
+  e.window->SetCanvasHost(nullptr);
+  e.Rec().CurrentTool.Set("Fill");
+  e.Rec().ForeColor = kGreen;
+  e.Press(QPoint(3, 3));
+  e.Release(QPoint(3, 3));
+  EXPECT_EQ(PixelAt(*e.doc, 3, 3), kWhite);
+}
+
+TEST(DocumentWindowTools, FloatingPasteDragsWithThePointerAndDropsOnAPressBeside) {
+  Editor e(Plain(60, 40, kWhite));
+  Bits clip = Plain(10, 8, kRed);
+  ASSERT_EQ(e.app->Clips().AddClip(clip), 0);
+  e.app->Clips().SetPressure(100);
+  ASSERT_TRUE(e.app->Clips().BeginPaste(*e.doc));
+  e.Press(QPoint(2, 2));  // on the clip at (0, 0)
+  e.Move(QPoint(22, 12));
+  e.Release(QPoint(22, 12));
+  ASSERT_TRUE(e.app->Clips().IsFloating(*e.doc));
+  EXPECT_EQ(e.app->Clips().Floating()->X, 20);
+  EXPECT_EQ(e.app->Clips().Floating()->Y, 10);
+  EXPECT_EQ(PixelAt(*e.doc, 21, 11), kWhite);  // floating, not laid down
+  QApplication::processEvents();
+  EXPECT_EQ(e.Grab().pixel(24, 14), qRgb(255, 0, 0));  // but shown
+  e.Press(QPoint(50, 35));  // beside it
+  e.Release(QPoint(50, 35));
+  EXPECT_FALSE(e.app->Clips().IsFloating(*e.doc));
+  EXPECT_EQ(PixelAt(*e.doc, 21, 11), kRed);
+  EXPECT_EQ(PixelAt(*e.doc, 19, 11), kWhite);
+  EXPECT_EQ(e.doc->History().UndoPos(), 2);
 }
 
 }  // namespace

@@ -41,10 +41,10 @@ TEST(SideBoxes, TableHoldsTheSevenBoxesInShowOrder) {
   const char* names[] = {"fToolColor",   "fToolTextures", "fPaste",   "fPanView",
                          "fToolBrowser", "finfo",         "fLayerBox"};
   const int views[] = {4, 5, 6, 7, 8, 9, 10};
-  ASSERT_EQ(SideBoxTable().size(), 7u);
+  ASSERT_EQ(SideBoxInfoTable().size(), 7u);
   for (size_t i = 0; i < 7; ++i) {
-    EXPECT_EQ(SideBoxTable()[i].FormName, names[i]);
-    EXPECT_EQ(SideBoxTable()[i].ViewsIndex, views[i]);
+    EXPECT_EQ(SideBoxInfoTable()[i].FormName, names[i]);
+    EXPECT_EQ(SideBoxInfoTable()[i].ViewsIndex, views[i]);
   }
   EXPECT_EQ(FindSideBox("fPaste")->Title, "History");
   EXPECT_EQ(FindSideBox("finfo")->Title, "Info");
@@ -81,11 +81,14 @@ TEST(SideBoxes, PlacedFromTheRecordRolledUpAndStoredBack) {
   ASSERT_TRUE(color && paste);
   EXPECT_TRUE(color->isVisible());
   EXPECT_TRUE(color->isFloating());
-  EXPECT_EQ(color->pos(), QPoint(100, 200));
+  // Places count from the document area's corner, clear of the tool strip.
+  const QPoint origin = main.centralWidget()->mapToGlobal(QPoint(0, 0));
+  EXPECT_GT(origin.x(), 0);
+  EXPECT_EQ(color->pos(), origin + QPoint(100, 200));
   EXPECT_EQ(color->size(), FindSideBox("fToolColor")->DesignSize);  // no stored size
   EXPECT_TRUE(paste->isVisible());
   EXPECT_TRUE(paste->IsRolled());
-  EXPECT_EQ(paste->pos(), QPoint(300, 100));
+  EXPECT_EQ(paste->pos(), origin + QPoint(300, 100));
   EXPECT_EQ(paste->width(), 200);
   EXPECT_LT(paste->height(), 60);
   EXPECT_EQ(paste->FullHeight(), 160);
@@ -93,7 +96,7 @@ TEST(SideBoxes, PlacedFromTheRecordRolledUpAndStoredBack) {
   EXPECT_FALSE(main.Box("fLayerBox")->isVisible());
 
   // Stored back: the full height of the rolled box, not the collapsed one.
-  color->move(150, 210);
+  color->move(origin + QPoint(150, 210));
   Settle();
   StartRecord stored = record;
   StoreSideBoxGeometry(main.SideBoxes(), stored);
