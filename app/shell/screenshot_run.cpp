@@ -1,4 +1,5 @@
 #include "shell/screenshot_run.h"
+#include "shell/tool_strip.h"
 
 #include <QApplication>
 #include <QDir>
@@ -217,6 +218,11 @@ void ScheduleScreenshotTour(EditorSession& session, SplashWindow& splash, const 
                            QApplication::processEvents();
                            Save(dialog.grab(), folder, "30-dialog-open.png");
                            dialog.reject();
+                         }});
+  // Every tool panel and every side box, each on its own.
+  tour->steps.push_back({kStepDelay, [folder] {
+                           CaptureToolPanels(folder);
+                           CaptureSideBoxes(folder);
                          }});
   tour->steps.push_back({0, [] { QApplication::exit(0); }});
   QObject::connect(&splash, &SplashWindow::startRoutine, &session, [tour] { Tour::RunNext(tour); });
