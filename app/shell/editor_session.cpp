@@ -104,6 +104,9 @@ void EditorSession::StartRoutine(SplashWindow* splash) {
 
   main_->SetUnloadHandler([this] { return Unload(); });
   main_->SetEmptyAreaDoubleClick([this] { app_->MenuStatic("OPEN"); });
+  main_->SetFilesDropped([this](const QStringList& files) {
+    for (const QString& file : files) app_->OpenFile(file.toStdString());
+  });
   main_->SetCloseQuery([this](DocumentWindow& window) {
     closingSub_ = qobject_cast<QMdiSubWindow*>(window.parentWidget());
     const bool closes = app_->CloseDocument(window.Doc());

@@ -2,6 +2,9 @@
 
 #include <QCloseEvent>
 #include <QDockWidget>
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QMimeData>
 #include <QLabel>
 #include <QStatusBar>
 #include <QMdiArea>
@@ -35,6 +38,28 @@ MainWindow::MainWindow(StartRecord& record, QWidget* parent) : QMainWindow(paren
   statusSize_->setMinimumWidth(statusSize_->fontMetrics().horizontalAdvance("00000 x 00000") + 12);
   statusBar()->addPermanentWidget(statusSize_);
   sideBoxes_ = LoadSideBoxes(this);
+  setAcceptDrops(true);
+}
+
+namespace {
+QStringList LocalFiles(const QMimeData* data) {
+  QStringList files;
+  if (!data || !data->hasUrls()) return files;
+  for (const QUrl& url : data->urls())
+    if (url.isLocalFile()) files << url.toLocalFile();
+  return files;
+}
+}  // namespace
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
+  if (filesDropped_ && !LocalFiles(event->mimeData()).isEmpty()) event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent* event) {
+  const QStringList files = LocalFiles(event->mimeData());
+  if (files.isEmpty() || !filesDropped_) return;
+  event->acceptProposedAction();
+  filesDropped_(files);
 }
 
 MainWindow::~MainWindow() {

@@ -22,6 +22,9 @@
 //  - Closing the frame runs the handler set with SetUnloadHandler (the
 //    unload handler of the frame); false keeps the frame open.
 //  - The frame's status bar holds the field "Size".
+//  - Files dragged from a file manager onto the frame are handed, as local
+//    paths in the order of the drop, to the handler set with SetFilesDropped
+//    (the open road of each file); a drop without local files is refused.
 //  - SetToolStrip docks the tool bar and its panels at the frame's left
 //    edge, fixed there; the frame owns it from then on.
 #pragma once
@@ -84,6 +87,7 @@ class MainWindow : public QMainWindow {
   void SetEmptyAreaDoubleClick(std::function<void()> handler) { emptyAreaDoubleClick_ = std::move(handler); }
   void SetCloseQuery(std::function<bool(DocumentWindow&)> query) { closeQuery_ = std::move(query); }
   void SetUnloadHandler(std::function<bool()> handler) { unloadHandler_ = std::move(handler); }
+  void SetFilesDropped(std::function<void(const QStringList&)> handler) { filesDropped_ = std::move(handler); }
 
  signals:
   void activeDocumentChanged(kelvane::DocumentWindow* window);
@@ -97,6 +101,8 @@ class MainWindow : public QMainWindow {
   void resizeEvent(QResizeEvent* event) override;
   void changeEvent(QEvent* event) override;
   void closeEvent(QCloseEvent* event) override;
+  void dragEnterEvent(QDragEnterEvent* event) override;
+  void dropEvent(QDropEvent* event) override;
 
  private:
   void KeepFrameInRecord();
@@ -112,6 +118,7 @@ class MainWindow : public QMainWindow {
   std::function<void()> emptyAreaDoubleClick_;
   std::function<bool(DocumentWindow&)> closeQuery_;
   std::function<bool()> unloadHandler_;
+  std::function<void(const QStringList&)> filesDropped_;
 };
 
 }  // namespace kelvane

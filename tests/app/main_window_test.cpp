@@ -8,7 +8,9 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QDropEvent>
 #include <QMdiArea>
+#include <QMimeData>
 #include <QMdiSubWindow>
 #include <QMouseEvent>
 
@@ -187,6 +189,27 @@ TEST(MainWindowFrame, EmptyAreaDoubleClickAndCloseQuestion) {
                     Qt::LeftButton, Qt::NoModifier);
   QApplication::sendEvent(viewport, &click);
   EXPECT_EQ(opens, 1);
+
+  // Files dropped from a file manager: the local ones go to the open road,
+  // in order; a drop of web addresses only is refused.
+  QStringList dropped;
+  t.main->SetFilesDropped([&](const QStringList& files) { dropped = files; });
+  auto drop = [&](const QList<QUrl>& urls) {
+    QMimeData data;
+    data.setUrls(urls);
+    const QPointF centre(t.main->width() / 2.0, t.main->height() / 2.0);
+    QDragEnterEvent enter(centre.toPoint(), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(t.main.get(), &enter);
+    QDropEvent dropEvent(centre, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(t.main.get(), &dropEvent);
+    return enter.isAccepted();
+  };
+  EXPECT_TRUE(drop({QUrl::fromLocalFile("/pictures/a.png"), QUrl("https://example.org/b.png"),
+                    QUrl::fromLocalFile("/pictures/c.jpg")}));
+  EXPECT_EQ(dropped, QStringList({"/pictures/a.png", "/pictures/c.jpg"}));
+  dropped.clear();
+  EXPECT_FALSE(drop({QUrl("https://example.org/b.png")}));
+  EXPECT_TRUE(dropped.isEmpty());
 
   // The question says no: the window stays. Then yes: the window goes and the
   // owner hears of the document only after its window is gone.
