@@ -28,6 +28,20 @@ void SetBoxText(QLineEdit* box, const std::string& text) {
   if (box->text() != Text(text)) box->setText(Text(text));
 }
 
+// The group of the preset list cbPreDef ("Quick" or "Defined").
+template <size_t N>
+QGroupBox* PreDefGroup(QWidget* parent, std::string_view caption, const std::array<std::string_view, N>& items,
+                       QComboBox*& combo) {
+  auto* group = new QGroupBox(ToQString(caption), parent);
+  auto* layout = new QVBoxLayout(group);
+  combo = new QComboBox(group);
+  combo->setObjectName("cbPreDef");
+  for (std::string_view item : items) combo->addItem(ToQString(item));
+  layout->addWidget(combo);
+  layout->addStretch(1);
+  return group;
+}
+
 // "Width" and "Height" with their boxes and the proportions check box.
 QWidget* SizeBoxesForm(QWidget* parent, QLineEdit*& w, QLineEdit*& h, QCheckBox*& keep, std::string_view keepCaption) {
   auto* holder = new QWidget(parent);
@@ -138,14 +152,7 @@ ImageSizeDialog::ImageSizeDialog(Application& app, fSize& model, QWidget* parent
   auto* layout = new QVBoxLayout(this);
   auto* row = new QHBoxLayout();
   row->addWidget(SizeBoxesForm(this, txtW_, txtH_, chkKeepProportions_, fSize::kKeepProportionsCaption));
-  auto* quick = new QGroupBox(ToQString(fSize::kQuickCaption), this);
-  auto* quickLayout = new QVBoxLayout(quick);
-  cbPreDef_ = new QComboBox(quick);
-  cbPreDef_->setObjectName("cbPreDef");
-  for (std::string_view item : fSize::kPreDefItems) cbPreDef_->addItem(ToQString(item));
-  quickLayout->addWidget(cbPreDef_);
-  quickLayout->addStretch(1);
-  row->addWidget(quick);
+  row->addWidget(PreDefGroup(this, fSize::kQuickCaption, fSize::kPreDefItems, cbPreDef_));
   layout->addLayout(row);
   chkInterpolate_ = new QCheckBox(ToQString(fSize::kInterpolateCaption), this);
   chkInterpolate_->setObjectName("chkInterpolate");
@@ -234,13 +241,7 @@ CanvasSizeDialog::CanvasSizeDialog(Application& app, fCanvas& model, QWidget* pa
   auto* layout = new QHBoxLayout(this);
   auto* left = new QVBoxLayout();
   left->addWidget(SizeBoxesForm(this, txtW_, txtH_, chkKeepProportions_, fCanvas::kKeepProportionsCaption));
-  auto* defined = new QGroupBox(ToQString(fCanvas::kDefinedCaption), this);
-  auto* definedLayout = new QVBoxLayout(defined);
-  cbPreDef_ = new QComboBox(defined);
-  cbPreDef_->setObjectName("cbPreDef");
-  for (std::string_view item : fCanvas::kPreDefItems) cbPreDef_->addItem(ToQString(item));
-  definedLayout->addWidget(cbPreDef_);
-  left->addWidget(defined);
+  left->addWidget(PreDefGroup(this, fCanvas::kDefinedCaption, fCanvas::kPreDefItems, cbPreDef_));
   left->addStretch(1);
   auto* buttons = MakeOkCancel(this);
   buttons->setOrientation(Qt::Vertical);
