@@ -466,7 +466,9 @@ StartResult Application::StartRoutine(const std::filesystem::path& lockFile) {
   RunGuarded([&] {
     instance_ = std::make_unique<InstanceLockHolder>(lockFile);
     if (instance_->lock.AnotherInstanceRuns()) {
-      // A warning only: this instance goes on as an ordinary one.
+      // A warning only: this instance goes on as an ordinary one. The frame
+      // is not unloaded and loaded again here, since its unload would empty
+      // the Temp folder that the first instance keeps its undo files in.
       result.AnotherInstance = true;
       ui_.Message(
           {std::string(kAlreadyRunningMessage), std::string(kProductTitle), MessageIcon::Information});

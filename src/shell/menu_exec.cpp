@@ -1,7 +1,10 @@
 // The command words: the click handler of the menu arrays, MenuExec (the
 // words on the active document) and MenuStatic (the words on files, windows
 // and the program).
+#include <unistd.h>
+
 #include <cstdlib>
+#include <filesystem>
 #include <span>
 #include <system_error>
 #include <utility>
@@ -47,6 +50,29 @@ MessageBoxText SaveErrorMessage() {
 
 // The formats written through DevIL take the optimized copy, which every
 // change of a document keeps current: refresh it before such a save.
+// The state of a file before a save, to tell afterwards whether the save
+// wrote it: a writer that fails deletes its partial file or never makes one,
+// and an existing file without write permission is never replaced; none of
+// these is an error of the command itself.
+struct FileStamp {
+  bool exists = false;
+  bool writable = false;
+};
+
+FileStamp StampOf(const std::filesystem::path& path) {
+  FileStamp stamp;
+  std::error_code ec;
+  stamp.exists = std::filesystem::is_regular_file(path, ec);
+  if (stamp.exists) stamp.writable = ::access(path.c_str(), W_OK) == 0;
+  return stamp;
+}
+
+bool WroteFile(const std::filesystem::path& path, const FileStamp& before) {
+  if (before.exists && !before.writable) return false;
+  std::error_code ec;
+  return std::filesystem::is_regular_file(path, ec);
+}
+
 void RefreshOptimizedCopyFor(const Bits& picture, std::string_view extension) {
   const SaveFormatRow* row = SaveFormatFor(extension);
   if (row && row->writer == SaveWriter::DevIL) WriteOptimizedCopy(picture);
@@ -366,10 +392,14 @@ void Application::CutOrCopy(Document& doc, bool cut) {
     clips_.CopyBits(doc, cFilter_, ui_.Messages());
     return;
   }
-  if (!clips_.CutBits(doc, cFilter_, ui_.Messages())) return;
-  Redraw(doc);
+  // The snapshot follows the cut whether or not the cut was refused, so a
+  // refused cut still leaves a "Cut" row in the history.
+  const bool cutDone = clips_.CutBits(doc, cFilter_, ui_.Messages());
+  if (!IsOpen(&doc)) return;
+  if (cutDone) Redraw(doc);
   SaveUndo(doc);
-  doc.Changed = true;
+  // A real cut must not close without the save question.
+  if (cutDone) doc.Changed = true;
   RefreshPanView();
 }
 
@@ -533,6 +563,7 @@ void Application::SaveCommand(Document& doc) {
   SaveTarget target{&doc.PictureBits(), doc.Tag, doc.Caption, doc.Changed, ""};
   const std::string ext = LowerCaseExtension(GetExtensionName(doc.Tag));
   SaveOutcome outcome = SaveOutcome::Failed;
+  const FileStamp before = StampOf(doc.Tag);
   {
     TempFolderLock lock;
     if (IsSaveInPlaceExtension(ext)) RefreshOptimizedCopyFor(doc.PictureBits(), ext);
@@ -542,7 +573,9 @@ void Application::SaveCommand(Document& doc) {
     SaveAsCommand(doc);
     return;
   }
-  if (outcome != SaveOutcome::Saved) {
+  // A file that was not written is a failed save: the document keeps its
+  // changed mark, so closing it still asks.
+  if (outcome != SaveOutcome::Saved || !WroteFile(doc.Tag, before)) {
     ui_.Message(SaveErrorMessage());
     return;
   }
@@ -570,13 +603,15 @@ void Application::SaveAsCommand(Document& doc) {
   const std::string name = chosen->string();
   SaveOutcome outcome = SaveOutcome::Failed;
   std::string folder;
+  const FileStamp before = StampOf(name);
   {
     TempFolderLock lock;
     RefreshOptimizedCopyFor(doc.PictureBits(), LowerCaseExtension(GetExtensionName(name)));
     // The document's own old name does not make the new one taken.
     outcome = kelvane::SaveAsCommand(target, name, OpenTagsExcept(&doc), record_, &folder);
   }
-  if (outcome != SaveOutcome::Saved) {
+  // As for SAVE: nothing written keeps the document's name and changed mark.
+  if (outcome != SaveOutcome::Saved || !WroteFile(name, before)) {
     ui_.Message(SaveErrorMessage());
     return;
   }

@@ -445,6 +445,29 @@ TEST_F(AppTest, SaveAsRenamesTheDocumentAndRemembersTheFolder) {
   EXPECT_EQ(doc.Tag, target.string());
 }
 
+TEST_F(AppTest, ASaveThatWritesNothingSaysSoAndKeepsTheChangedMark) {
+  Document& doc = OpenPicture(9, 9);
+  // A folder that does not exist: the writer makes no file.
+  const std::string lost = (dir.path() / "no such folder" / "picture.png").string();
+  doc.Tag = lost;
+  doc.Changed = true;
+  app.MenuStatic("SAVE");
+  ASSERT_EQ(ui.messages.size(), 1u);
+  EXPECT_EQ(ui.messages[0].Text, "Unexpected error saving image");
+  EXPECT_EQ(ui.messages[0].Title, "Kelvane");
+  EXPECT_EQ(ui.messages[0].Icon, MessageIcon::Exclamation);
+  EXPECT_TRUE(doc.Changed);
+  EXPECT_EQ(doc.Tag, lost);
+  EXPECT_EQ(app.Record().RecentFiles[0].Get(), "");
+
+  ui.files.push_back(dir.path() / "no such folder" / "other.bmp");
+  app.MenuStatic("SAVEAS");
+  ASSERT_EQ(ui.messages.size(), 2u);
+  EXPECT_EQ(ui.messages[1].Text, "Unexpected error saving image");
+  EXPECT_TRUE(doc.Changed);
+  EXPECT_EQ(doc.Tag, lost);
+}
+
 // --- closing ------------------------------------------------------------------------
 
 TEST_F(AppTest, CloseQuestionAnswers) {
@@ -673,15 +696,21 @@ TEST_F(AppTest, CutTakesAnUndoStepAndPasteFloatsWithTheScrollTool) {
   std::vector<int32_t> keys;
   app.Observers.CanvasKeyUp = [&](Document&, int32_t key) { keys.push_back(key); };
   doc.BitRegion().CreateRect(3, 0, 4, 10, CombineMode::Copy, false);  // 1 x 10
-  app.MenuExec("CUT");
+  const Bits before = doc.PictureBits();
+  app.MenuClick("EDIT", 3);
   ASSERT_EQ(ui.messages.size(), 1u);
   EXPECT_EQ(ui.messages[0].Text, "Minimum cut size: 2 x 2");
-  EXPECT_EQ(doc.History().UndoPos(), 1);
+  // The snapshot follows the refused cut all the same: a "Cut" row holding
+  // the unchanged picture, and the document is not marked changed.
+  EXPECT_EQ(doc.History().UndoPos(), 2);
+  EXPECT_EQ(doc.History().HistoryNames()[1], "Cut");
+  EXPECT_TRUE(SamePicture(doc.PictureBits(), before));
+  EXPECT_FALSE(doc.Changed);
 
   doc.BitRegion().Init(0, 0, 20, 10);
   doc.BitRegion().CreateRect(2, 2, 6, 5, CombineMode::Copy, false);
   app.MenuExec("CUT");
-  EXPECT_EQ(doc.History().UndoPos(), 2);
+  EXPECT_EQ(doc.History().UndoPos(), 3);
   EXPECT_TRUE(doc.Changed);
   EXPECT_EQ(doc.PictureBits().At(0, 3, 3), 0);  // the cut area is background
   EXPECT_EQ(app.Clips().ClipCount(), 1);
