@@ -183,9 +183,10 @@ void CanvasTools::Press(Document& doc, CanvasHost& host, MouseButton button, Poi
 
   if (tool == kToolSelect) {
     tool_ = tool;
-    const bool noPoints = PolygonPointCount == 0;
-    if (rec.SelectionShape == kSelectPolygon && noPoints) AddPolygonPoint(p);
-    if (rec.SelectionMode == 2 && noPoints)
+    if (rec.SelectionShape == kSelectPolygon && PolygonPointCount == 0) AddPolygonPoint(p);
+    // Asked after the polygon took its first point: a polygon in mode 2 is
+    // combined into the selection as it stands.
+    if (rec.SelectionMode == 2 && PolygonPointCount == 0)
       doc.BitRegion().CreateRect(0, 0, doc.PictureWidth(), doc.PictureHeight(), CombineMode::Or, false);
     if (rec.SelectionShape == kSelectFreeHand) {
       StartTimer(doc);
@@ -215,6 +216,18 @@ void CanvasTools::Press(Document& doc, CanvasHost& host, MouseButton button, Poi
         filter.BitsRegion(doc.BitRegion().Region());
         filter.BitsCropMasked(doc.PictureBits(), box.left, box.top, box.right, box.bottom);
         MoveBits = filter.GetBits();
+        // A selected pixel must not carry the crop's "masked out" 255 in its
+        // spare byte (a picture from a 32-bit file may have it there), or it
+        // would not travel; the clips of the paste box do the same.
+        if (const RectRegion* region = doc.BitRegion().Region()) {
+          for (int32_t y = 0; y < MoveBits.Height(); ++y) {
+            uint8_t* row = MoveBits.Row(y);
+            region->ForEachSpan(box.top + y, box.left, box.right, [&](int32_t x0, int32_t x1) {
+              for (int32_t x = x0 - box.left; x < x1 - box.left; ++x)
+                if (row[4 * x + 3] == 255) row[4 * x + 3] = 254;
+            });
+          }
+        }
         // The engine keeps the picture under the move; each move starts from it.
         filter.SetBits(doc.PictureBits());
         MoveOffsetX = p.x - box.left;
@@ -485,7 +498,9 @@ void CanvasTools::ToolRelease(Document& doc, CanvasHost& host, Point p) {
   if (tool_ == kToolSelect) {
     SelectRelease(doc, host, p);
   } else if (tool_ == kToolSelectionMove) {
-    if (MovingOutline) {
+    if (IsOn(rec.SelectionMoveContent)) {
+      // With the outline-only flag the release crops the selection, whether
+      // or not the press moved it.
       doc.BitRegion().Crop();
       outlineRedraw_ = true;
     } else if (MovingPixels) {

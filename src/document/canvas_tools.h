@@ -58,14 +58,18 @@
 //    started) and apply them as a polygon at the release. The combine mode of
 //    panel mode m (0 "Add", 1 "Subtract", 2 "New") is entry m + 1 of the list
 //    2, 4, 2: OR, DIFF, OR; other modes and shapes apply nothing. Mode 2 with
-//    no points gathered first makes the whole picture the selection, so "New"
-//    ends up selecting the whole picture. Shapes are not cropped to the
+//    no points gathered at the press (asked after the polygon stored its
+//    first point) first makes the whole picture the selection, so "New"
+//    ends up selecting the whole picture, except with the polygon shape,
+//    which is ORed into the selection as it stands. Shapes are not cropped to the
 //    picture. After the release PolygonPoints is back to its two first slots.
-//  - SelectionMove with SelectionMoveContent set moves only the outline, and
-//    only when the press is inside the selection; the release crops it to
-//    the picture. Without it a press inside the selection's box (its part
+//  - SelectionMove with SelectionMoveContent set ("Move Selection Only")
+//    moves only the outline, and only when the press is inside the
+//    selection; the release crops it to the picture (also after a press
+//    outside). Without it a press inside the selection's box (its part
 //    inside the picture) cuts the selected pixels into MoveBits
-//    (BitsCropMasked: outside the selection channel 3 is 255); each move
+//    (BitsCropMasked: outside the selection channel 3 is 255; a selected
+//    pixel's own 255 becomes 254, so that it still travels); each move
 //    restores the picture of the press and lays MoveBits at the pointer
 //    less MoveOffsetX/Y with BitsPaintPreMasked at
 //    PasteBoxPressure, not limited to the selection, which stays where it

@@ -64,10 +64,11 @@ const ToolComboInfo kCombos[] = {
     {"Selection", "cbSelectionShape", "", kSelectionShapeItems, false,
      [](const StartRecord& r) -> int32_t { return r.SelectionShape; },
      [](StartRecord& r, int32_t i) { r.SelectionShape = ToI16(i); }},
-    // The same field as chkMoveSelection: moving the content is true.
+    // The same field as chkMoveSelection ("Move selection" on is true), which
+    // the canvas reads as its "Move Selection Only" flag: index 0 is true.
     {"SelectionMove", "cSelectionMove", "Action", kSelectionMoveItems, true,
-     [](const StartRecord& r) -> int32_t { return r.SelectionMoveContent != 0 ? 1 : 0; },
-     [](StartRecord& r, int32_t i) { r.SelectionMoveContent = i == 1 ? kTrue : kFalse; }},
+     [](const StartRecord& r) -> int32_t { return r.SelectionMoveContent != 0 ? 0 : 1; },
+     [](StartRecord& r, int32_t i) { r.SelectionMoveContent = i == 0 ? kTrue : kFalse; }},
     {"Brush", "cbBrushMode", "Mode", kBrushModeItems, false,
      [](const StartRecord& r) -> int32_t { return r.BrushMode; },
      [](StartRecord& r, int32_t i) { r.BrushMode = ToI16(i); }},

@@ -19,8 +19,9 @@
 //  - Combos and check boxes write their field on a user change: a combo its
 //    list index (an index outside the list is ignored), a check box -1 when
 //    on and 0 when off. cSelectionMove and chkMoveSelection share
-//    SelectionMoveContent (index 1 "Move Content Only" is true);
-//    cSelectionPressure and sbSelectionPressure share SelectionPressure. A
+//    SelectionMoveContent, the canvas's outline-only flag (the box on and
+//    index 0 "Move Selection Only" are true, index 1 "Move Content Only"
+//    false); cSelectionPressure and sbSelectionPressure share SelectionPressure. A
 //    user change through the panel's by-name methods reloads the other view
 //    of a shared field, so both show the same value.
 //  - Initialisers (Select_Init ... Stamp_Init) read the record into the

@@ -129,12 +129,12 @@ TEST(ToolStrip, SharedFieldsShowTheSameValueInBothFrames) {
   QCheckBox* check = s.strip->Check("chkMoveSelection");
   for (int i = 0; i < 2; ++i) {
     const bool was = check->isChecked();
-    EXPECT_EQ(action->currentIndex(), was ? 1 : 0);
+    EXPECT_EQ(action->currentIndex(), was ? 0 : 1);
     check->click();
     EXPECT_EQ(s.app.Record().SelectionMoveContent, was ? kFalse : kTrue);
-    EXPECT_EQ(action->currentIndex(), was ? 0 : 1);
+    EXPECT_EQ(action->currentIndex(), was ? 1 : 0);
   }
-  action->activated(0);
+  action->activated(1);
   EXPECT_EQ(s.app.Record().SelectionMoveContent, kFalse);
   EXPECT_FALSE(check->isChecked());
 

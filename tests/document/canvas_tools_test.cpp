@@ -524,6 +524,36 @@ TEST(CanvasToolsSelect, NewModeStartsFromTheWholePicture) {
   EXPECT_EQ(c.doc.BitRegion().Region()->Rects().size(), 1u);
 }
 
+TEST(CanvasToolsSelect, NewModeAsksForPointsAfterThePolygonTookItsFirst) {
+  // Polygon: the press stores the first point before mode 2 looks for
+  // points, so the picture is not selected first and the polygon is ORed
+  // into the selection as it stands: a 2 x 2 rectangle plus the square.
+  Canvas c(20, 20, {0, 0, 0});
+  c.doc.BitRegion().CreateRect(15, 15, 17, 17, CombineMode::Or, false);
+  c.Tool("Select");
+  c.host.rec.SelectionMode = 2;
+  c.host.rec.SelectionShape = kSelectPolygon;
+  c.Drag({{2, 2}, {12, 2}, {12, 12}, {2, 12}});
+  const RectRegion* r = c.doc.BitRegion().Region();
+  ASSERT_NE(r, nullptr);
+  for (int y = 0; y < 20; ++y)
+    for (int x = 0; x < 20; ++x) {
+      const bool want = (x >= 2 && x < 12 && y >= 2 && y < 12) || (x >= 15 && x < 17 && y >= 15 && y < 17);
+      ASSERT_EQ(r->Contains(x, y), want) << x << "," << y;
+    }
+
+  // Free hand gathers its first point in the move after that test: the
+  // whole picture comes first, as with the rectangle.
+  Canvas f(20, 20, {0, 0, 0});
+  f.Tool("Select");
+  f.host.rec.SelectionMode = 2;
+  f.host.rec.SelectionShape = kSelectFreeHand;
+  f.Drag({{2, 2}, {12, 2}, {12, 12}, {2, 12}});
+  int32_t l, t, rr, b;
+  ASSERT_TRUE(f.doc.BitRegion().BoundRect(l, t, rr, b));
+  EXPECT_EQ((Rect{l, t, rr, b}), (Rect{0, 0, 20, 20}));
+}
+
 TEST(CanvasToolsSelect, PolygonAndFreeHandGatherTheDragPoints) {
   for (const int shape : {kSelectPolygon, kSelectFreeHand}) {
     SCOPED_TRACE(shape);
@@ -670,6 +700,39 @@ TEST(CanvasToolsSelectionMove, OutlineOnlyMovesTheSelectionAndCropsAtRelease) {
   c.Drag({{5, 15}, {10, 18}});
   ASSERT_TRUE(c.doc.BitRegion().BoundRect(l, t, r, b));
   EXPECT_EQ((Rect{l, t, r, b}), (Rect{29, 2, 30, 6}));
+}
+
+TEST(CanvasToolsSelectionMove, OutlineOnlyReleaseCropsEvenAfterAPressOutside) {
+  MoveCanvas c;
+  c.host.rec.SelectionMoveContent = kTrue;
+  c.doc.BitRegion().CreateRect(25, 10, 34, 14, CombineMode::Or, false);  // past the right edge
+  c.Drag({{10, 17}, {12, 18}});  // outside the selection: the outline stays
+  const RectRegion* r = c.doc.BitRegion().Region();
+  ASSERT_NE(r, nullptr);
+  for (int y = 0; y < 20; ++y)
+    for (int x = 0; x < 36; ++x) {
+      const bool want = (x >= 2 && x < 6 && y >= 2 && y < 6) || (x >= 25 && x < 30 && y >= 10 && y < 14);
+      ASSERT_EQ(r->Contains(x, y), want) << x << "," << y;
+    }
+}
+
+TEST(CanvasToolsSelectionMove, PixelsWithAnOpaqueSpareByteStillTravel) {
+  // A picture from a 32-bit file may carry 255 in the spare byte; the crop
+  // uses that value to mark pixels outside the selection.
+  MoveCanvas c;
+  Bits b = c.doc.PictureBits();
+  for (int y = 0; y < 20; ++y)
+    for (int x = 0; x < 30; ++x) b.At(3, x, y) = 255;
+  c.doc.Bits(b);
+  c.host.rec.SelectionMoveContent = kFalse;
+  c.host.rec.PasteBoxPressure = 100;
+  c.doc.BitRegion().CreateRect(2, 2, 3, 3, CombineMode::Diff, false);
+  c.Drag({{3, 3}, {13, 3}});
+  for (int y = 0; y < 20; ++y)
+    for (int x = 10; x < 18; ++x) {
+      const bool moved = x >= 12 && x < 16 && y >= 2 && y < 6 && !(x == 12 && y == 2);
+      ASSERT_EQ(c.At(x, y), (moved ? MoveCanvas::kB : MoveCanvas::kA)) << x << "," << y;
+    }
 }
 
 TEST(CanvasToolsSelectionMove, CtrlReleaseCropsTheMovedOutline) {

@@ -136,12 +136,18 @@ TEST(ToolPanelCombos, ChangesWriteTheirFields) {
   EXPECT_EQ(rec.BrushContinuous, 0);
   panel.CheckClick("chkClearBack", true);
   EXPECT_EQ(rec.StampClearBack, -1);
-  panel.ComboClick("cSelectionMove", 0);
+  // "Move selection" on is the canvas's "Move Selection Only" flag, which
+  // the combo shows as its first item.
+  panel.ComboClick("cSelectionMove", 1);  // "Move Content Only"
   EXPECT_EQ(rec.SelectionMoveContent, 0);
   EXPECT_FALSE(panel.Check("chkMoveSelection")->Value);
   panel.CheckClick("chkMoveSelection", true);
   EXPECT_EQ(rec.SelectionMoveContent, -1);
-  EXPECT_EQ(panel.Combo("cSelectionMove")->ListIndex, 1);
+  EXPECT_EQ(panel.Combo("cSelectionMove")->ListIndex, 0);
+  panel.ComboClick("cSelectionMove", 1);
+  panel.ComboClick("cSelectionMove", 0);  // "Move Selection Only"
+  EXPECT_EQ(rec.SelectionMoveContent, -1);
+  EXPECT_TRUE(panel.Check("chkMoveSelection")->Value);
 }
 
 TEST(ToolPanelInit, InitialisersReadAndNeverWrite) {
@@ -153,7 +159,7 @@ TEST(ToolPanelInit, InitialisersReadAndNeverWrite) {
   panel.InitPanels({});
   EXPECT_EQ(rec, before);
   EXPECT_EQ(panel.Combo("cbSelectionMode")->ListIndex, 2);  // "New"
-  EXPECT_EQ(panel.Combo("cSelectionMove")->ListIndex, 1);
+  EXPECT_EQ(panel.Combo("cSelectionMove")->ListIndex, 0);    // true: "Move Selection Only"
   EXPECT_EQ(panel.Combo("lstShape")->ListIndex, -1);
   EXPECT_EQ(panel.Trio("sbAirbrushSize")->Text, "75");
   EXPECT_EQ(panel.Trio("sbShapeSides")->BarValue, 3);
