@@ -101,6 +101,8 @@ HistoryBox::HistoryBox(Application& app, QWidget* parent) : QWidget(parent), app
   layout->addLayout(row);
   connect(pressure_, &QSlider::valueChanged, this, [this](int v) {
     app_.Clips().SetPressure(v);
+    // The record keeps it for the next run and for moving selected pixels.
+    app_.Record().PasteBoxPressure = static_cast<int16_t>(app_.Clips().Pressure());
     lblSize_->setNum(app_.Clips().Pressure());
   });
   Refresh();

@@ -463,6 +463,8 @@ StartResult Application::StartRoutine(const std::filesystem::path& lockFile) {
   StartResult result;
   // Every step runs on its own: a failed one is skipped.
   RunGuarded([&] { result.SettingsFileExisted = LoadStartRecord(appFolder_, record_); });
+  // The paste box's opacity slider is a view of the record's field.
+  clips_.SetPressure(record_.PasteBoxPressure);
   RunGuarded([&] {
     instance_ = std::make_unique<InstanceLockHolder>(lockFile);
     if (instance_->lock.AnotherInstanceRuns()) {

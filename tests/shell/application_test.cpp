@@ -559,6 +559,8 @@ TEST_F(AppTest, FirstStartShowsEveryBoxAtItsDefaultPlace) {
   EXPECT_FALSE(start.SideBoxes[0].StoresSize);
   EXPECT_EQ(start.SideBoxes[0].Left, 420);
   EXPECT_EQ(start.SideBoxes[0].Top, 1110);
+  // The paste box's opacity is the record's, 80 at a first start.
+  EXPECT_EQ(app.Clips().Pressure(), 80);
 }
 
 TEST_F(AppTest, SecondInstanceIsWarnedAndGoesOn) {
