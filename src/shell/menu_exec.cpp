@@ -560,6 +560,12 @@ void Application::OpenCommand() {
 }
 
 void Application::SaveCommand(Document& doc) {
+  // An invented name ("New.bmp" of a new or pasted picture) has no folder:
+  // it was never saved, so the user picks the place.
+  if (!std::filesystem::path(doc.Tag).has_parent_path()) {
+    SaveAsCommand(doc);
+    return;
+  }
   SaveTarget target{&doc.PictureBits(), doc.Tag, doc.Caption, doc.Changed, ""};
   const std::string ext = LowerCaseExtension(GetExtensionName(doc.Tag));
   SaveOutcome outcome = SaveOutcome::Failed;

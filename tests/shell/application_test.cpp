@@ -428,6 +428,14 @@ TEST_F(AppTest, SaveWritesKnownTypesAtOnceAndAsksForOthers) {
   EXPECT_EQ(ui.dialogs[0].Title, "Save as");
   EXPECT_EQ(ui.dialogs[0].Filter, std::string(kSaveAsFilter));
   EXPECT_TRUE(ui.messages.empty());
+
+  // An invented name with no folder was never saved: the dialog comes up
+  // rather than a file in whatever the working folder is.
+  doc.Tag = "New.bmp";
+  app.MenuStatic("SAVE");
+  ASSERT_EQ(ui.dialogs.size(), 2u);
+  EXPECT_EQ(ui.dialogs[1].Title, "Save as");
+  EXPECT_FALSE(fs::exists("New.bmp"));
 }
 
 TEST_F(AppTest, SaveAsRenamesTheDocumentAndRemembersTheFolder) {
