@@ -42,6 +42,20 @@ QGroupBox* PreDefGroup(QWidget* parent, std::string_view caption, const std::arr
   return group;
 }
 
+// Typing in the width and height boxes goes through the model, which may
+// change the other box; the dialog then shows the model again.
+template <class Dialog, class Model>
+void ConnectSizeBoxes(Dialog* dialog, Model& model, QLineEdit* w, QLineEdit* h) {
+  QObject::connect(w, &QLineEdit::textEdited, dialog, [dialog, &model](const QString& text) {
+    model.TypeWidth(text.toStdString());
+    dialog->Load();
+  });
+  QObject::connect(h, &QLineEdit::textEdited, dialog, [dialog, &model](const QString& text) {
+    model.TypeHeight(text.toStdString());
+    dialog->Load();
+  });
+}
+
 // "Width" and "Height" with their boxes and the proportions check box.
 QWidget* SizeBoxesForm(QWidget* parent, QLineEdit*& w, QLineEdit*& h, QCheckBox*& keep, std::string_view keepCaption) {
   auto* holder = new QWidget(parent);
@@ -101,14 +115,7 @@ NewDocumentDialog::NewDocumentDialog(Application& app, QWidget* parent)
     model_.ChooseStandardSize(index);
     Load();
   });
-  connect(txtW_, &QLineEdit::textEdited, this, [this](const QString& text) {
-    model_.TypeWidth(text.toStdString());
-    Load();
-  });
-  connect(txtH_, &QLineEdit::textEdited, this, [this](const QString& text) {
-    model_.TypeHeight(text.toStdString());
-    Load();
-  });
+  ConnectSizeBoxes(this, model_, txtW_, txtH_);
   connect(chkKeepProportions_, &QCheckBox::clicked, this, [this](bool on) { model_.SetKeepProportions(on); });
   connect(group, &QButtonGroup::idClicked, this, [this](int id) { model_.SetBackground(id); });
   CP_->picked = [this](int32_t colour) {
@@ -160,14 +167,7 @@ ImageSizeDialog::ImageSizeDialog(Application& app, fSize& model, QWidget* parent
   auto* buttons = MakeOkCancel(this);
   layout->addWidget(buttons);
 
-  connect(txtW_, &QLineEdit::textEdited, this, [this](const QString& text) {
-    model_.TypeWidth(text.toStdString());
-    Load();
-  });
-  connect(txtH_, &QLineEdit::textEdited, this, [this](const QString& text) {
-    model_.TypeHeight(text.toStdString());
-    Load();
-  });
+  ConnectSizeBoxes(this, model_, txtW_, txtH_);
   connect(chkKeepProportions_, &QCheckBox::clicked, this, [this](bool on) { model_.size.chkKeepProportions = on; });
   connect(chkInterpolate_, &QCheckBox::clicked, this, [this](bool on) { model_.chkInterpolate = on; });
   connect(cbPreDef_, &QComboBox::activated, this, [this](int index) {
@@ -250,14 +250,7 @@ CanvasSizeDialog::CanvasSizeDialog(Application& app, fCanvas& model, QWidget* pa
   box_ = new CanvasPlacementBox(model_, picture, this);
   layout->addWidget(box_, 1);
 
-  connect(txtW_, &QLineEdit::textEdited, this, [this](const QString& text) {
-    model_.TypeWidth(text.toStdString());
-    Load();
-  });
-  connect(txtH_, &QLineEdit::textEdited, this, [this](const QString& text) {
-    model_.TypeHeight(text.toStdString());
-    Load();
-  });
+  ConnectSizeBoxes(this, model_, txtW_, txtH_);
   connect(chkKeepProportions_, &QCheckBox::clicked, this, [this](bool on) { model_.size.chkKeepProportions = on; });
   connect(cbPreDef_, &QComboBox::activated, this, [this](int index) {
     model_.ChoosePreset(index);

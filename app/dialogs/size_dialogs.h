@@ -35,8 +35,10 @@ class NewDocumentDialog : public QDialog {
  public:
   NewDocumentDialog(Application& app, QWidget* parent);
 
- private:
+  // Shows the model's values in the controls.
   void Load();
+
+ private:
   void Ok();
 
   Application& app_;
@@ -55,8 +57,10 @@ class ImageSizeDialog : public QDialog {
  public:
   ImageSizeDialog(Application& app, fSize& model, QWidget* parent);
 
- private:
+  // Shows the model's values in the controls.
   void Load();
+
+ private:
 
   Application& app_;
   fSize& model_;
@@ -97,8 +101,10 @@ class CanvasSizeDialog : public QDialog {
  public:
   CanvasSizeDialog(Application& app, fCanvas& model, QWidget* parent);
 
- private:
+  // Shows the model's values in the controls.
   void Load();
+
+ private:
 
   Application& app_;
   fCanvas& model_;
