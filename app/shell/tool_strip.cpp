@@ -670,6 +670,8 @@ void ToolStrip::OnToolButton(std::string_view key) {
       down = !panel.ButtonPressed(index);
       if (down) panel.DisableTools(index);
     }
+    // The text tool paints the record's text as it stands now.
+    if (key == "Text") app_.RefreshTextMask();
     DocumentWindow* window = activeWindow_ ? activeWindow_() : nullptr;
     Document* doc = app_.GetActiveImage();
     if (window && doc && &window->Doc() != doc) window = nullptr;

@@ -7,6 +7,7 @@
 
 #include "base/numeric.h"
 #include "document/painting.h"
+#include "document/text_mask.h"
 #include "imagefiles/image_load.h"
 #include "shell/app_folder.h"
 #include "shell/filter_commands.h"
@@ -487,7 +488,16 @@ StartResult Application::StartRoutine(const std::filesystem::path& lockFile) {
     const SideBoxPlacement placement = PlacementOf(record_, box);
     if (placement.Shown) result.SideBoxes.push_back(placement);
   }
+  RefreshTextMask();
   return result;
+}
+
+void Application::RefreshTextMask() {
+  RunGuarded([&] {
+    const int32_t size = record_.TextToolSize > 0 ? record_.TextToolSize : 20;
+    Bits mask = MakeTextMask(record_.TextToolText.Get(), record_.TextToolFont.Get(), size);
+    SetTextMask(mask.IsNull() ? std::nullopt : std::optional<Bits>(std::move(mask)));
+  });
 }
 
 void Application::EmptyTempFolder() {

@@ -273,6 +273,9 @@ class Application final : public CanvasHost {
   void SetRestoreFlag(bool on) { restoreFlag_ = on; }
   void SetStampBits(std::optional<Bits> bits) { stampBits_ = std::move(bits); }
   void SetTextMask(std::optional<Bits> bits) { textMask_ = std::move(bits); }
+  // Draws the text tool's mask from the record's text, font and size (20
+  // when the size is not positive); no mask when nothing can be drawn.
+  void RefreshTextMask();
   void SetTextureTile(std::optional<Bits> bits) { textureTile_ = std::move(bits); }
 
  private:

@@ -804,5 +804,52 @@ TEST_F(AppTest, MainWindowResizeKeepsTheNormalFrameOnly) {
   }
 }
 
+TEST_F(AppTest, StartDrawsTheTextMaskAndTheTextToolPaintsIt) {
+  app.StartRoutine(dir.path() / "instance.lock");
+  // A first start: "1.0" in the default font at 20 pt, a 27-pixel em.
+  const Bits* mask = app.TextMask();
+  ASSERT_NE(mask, nullptr);
+  EXPECT_GE(mask->Height(), 15);
+  EXPECT_LE(mask->Height(), 40);
+  const Bits stamp = *mask;
+
+  Document& doc = OpenPicture(100, 60);
+  app.Record().CurrentTool.Set("Text");
+  app.Record().StampPressure = 100;
+  app.Record().ForeColor = 0x0000FF;  // red
+  CanvasTools tools;
+  tools.MouseDown(doc, app, MouseButton::Left, 50, 30, false);
+  tools.MouseUp(doc, app, MouseButton::Left, 50, 30, false);
+  // Centred at the pointer: ink pixels red, all others as they were.
+  const int x0 = 50 - stamp.Width() / 2, y0 = 30 - stamp.Height() / 2;
+  const Bits original = Pattern(100, 60);
+  int painted = 0;
+  for (int y = 0; y < 60; ++y)
+    for (int x = 0; x < 100; ++x) {
+      const int mx = x - x0, my = y - y0;
+      const bool ink =
+          mx >= 0 && my >= 0 && mx < stamp.Width() && my < stamp.Height() && stamp.At(0, mx, my) == 0;
+      const uint8_t* p = doc.PictureBits().Pixel(x, y);
+      const uint8_t* o = original.Pixel(x, y);
+      if (ink) {
+        ++painted;
+        ASSERT_TRUE(p[0] == 0 && p[1] == 0 && p[2] == 255) << x << "," << y;
+      } else {
+        ASSERT_TRUE(p[0] == o[0] && p[1] == o[1] && p[2] == o[2]) << x << "," << y;
+      }
+    }
+  EXPECT_GT(painted, 30);
+  EXPECT_EQ(doc.History().UndoPos(), 2);
+
+  // The record's text changes the mask; blank text leaves none.
+  app.Record().TextToolSize = 40;
+  app.RefreshTextMask();
+  ASSERT_NE(app.TextMask(), nullptr);
+  EXPECT_GT(app.TextMask()->Height(), stamp.Height());
+  app.Record().TextToolText.Set("");
+  app.RefreshTextMask();
+  EXPECT_EQ(app.TextMask(), nullptr);
+}
+
 }  // namespace
 }  // namespace kelvane
