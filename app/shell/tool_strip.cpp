@@ -5,6 +5,8 @@
 #include <QColorDialog>
 #include <QComboBox>
 #include <QDir>
+#include <QFontComboBox>
+#include <QFormLayout>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QIcon>
@@ -15,6 +17,7 @@
 #include <QPainterPath>
 #include <QScrollBar>
 #include <QSlider>
+#include <QSpinBox>
 #include <QStackedWidget>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -467,8 +470,45 @@ void ToolStrip::BuildFrames(QVBoxLayout* layout) {
     stack_->addWidget(page);
     frames_.emplace(std::string(frame.Name), page);
   }
+  textPage_ = BuildTextPage();
+  stack_->addWidget(textPage_);
   frameLayout->addWidget(stack_);
   layout->addWidget(picDescription);
+}
+
+QWidget* ToolStrip::BuildTextPage() {
+  auto* page = new QWidget(stack_);
+  page->setObjectName("TextTool");
+  auto* form = new QFormLayout(page);
+  StartRecord& record = app_.Record();
+  txtText_ = new QLineEdit(page);
+  txtText_->setObjectName("txtText");
+  txtText_->setMaxLength(255);
+  txtText_->setText(QString::fromStdString(record.TextToolText.Get()).trimmed());
+  cbTextFont_ = new QFontComboBox(page);
+  cbTextFont_->setObjectName("cbTextFont");
+  const QString family = QString::fromStdString(record.TextToolFont.Get()).trimmed();
+  if (!family.isEmpty()) cbTextFont_->setCurrentFont(QFont(family));
+  txtTextSize_ = new QSpinBox(page);
+  txtTextSize_->setObjectName("txtTextSize");
+  txtTextSize_->setRange(1, 750);
+  txtTextSize_->setValue(record.TextToolSize > 0 ? record.TextToolSize : 20);
+  form->addRow("Text", txtText_);
+  form->addRow("Font", cbTextFont_);
+  form->addRow("Size", txtTextSize_);
+  connect(txtText_, &QLineEdit::textEdited, this, [this] { TextSettingsChanged(); });
+  connect(cbTextFont_, &QFontComboBox::currentFontChanged, this, [this] { TextSettingsChanged(); });
+  connect(txtTextSize_, &QSpinBox::valueChanged, this, [this] { TextSettingsChanged(); });
+  return page;
+}
+
+void ToolStrip::TextSettingsChanged() {
+  if (loading_) return;
+  StartRecord& record = app_.Record();
+  record.TextToolText.Set(txtText_->text().toStdString());
+  record.TextToolFont.Set(cbTextFont_->currentFont().family().toStdString());
+  record.TextToolSize = static_cast<int16_t>(txtTextSize_->value());
+  app_.RefreshTextMask();
 }
 
 QWidget* ToolStrip::BuildFrame(std::string_view name) {
@@ -753,7 +793,11 @@ void ToolStrip::ShowPanelState() {
   if (maskColor_) PaintColourBox(maskColor_, panel.MaskColor());
   RedrawGradientPreview();
   const auto frame = frames_.find(panel.VisibleFrame());
-  stack_->setCurrentWidget(frame != frames_.end() ? frame->second : emptyPage_);
+  QWidget* page = frame != frames_.end() ? frame->second : emptyPage_;
+  // The text tool changes no frame of the panel; its own page stands in
+  // while it is the tool.
+  if (panel.CurrentTool() == "Text") page = textPage_;
+  stack_->setCurrentWidget(page);
   loading_ = false;
 }
 
@@ -865,7 +909,7 @@ int CaptureToolPanels(const QString& dir) {
   for (const Stop& stop : {Stop{"Select", "Selection"}, Stop{"SelectionMove", "SelectionMove"},
                            Stop{"Airbrush", "AirBrush"}, Stop{"Brush", "Brush"}, Stop{"Fill", "Fill"},
                            Stop{"Gradient", "Gradient"}, Stop{"Shape", "Shape"}, Stop{"Stamp", "Stamp"},
-                           Stop{"Layers", "layer"}}) {
+                           Stop{"Layers", "layer"}, Stop{"Text", "Text"}}) {
     strip.ClickTool(stop.key);
     strip.adjustSize();
     strip.resize(strip.sizeHint().expandedTo(QSize(190, 420)));

@@ -43,6 +43,8 @@ class QLineEdit;
 class QScrollBar;
 class QSlider;
 class QStackedWidget;
+class QFontComboBox;
+class QSpinBox;
 class QToolButton;
 class QVBoxLayout;
 
@@ -124,6 +126,8 @@ class ToolStrip : public QWidget {
  private:
   void BuildToolBar(QVBoxLayout* layout);
   void BuildFrames(QVBoxLayout* layout);
+  QWidget* BuildTextPage();
+  void TextSettingsChanged();
   QWidget* BuildFrame(std::string_view name);
   void AddStampControls(QWidget* page, QVBoxLayout* layout);
   void AddGradientControls(QWidget* page, QVBoxLayout* layout, std::string_view control);
@@ -144,6 +148,11 @@ class ToolStrip : public QWidget {
   std::map<std::string, QCheckBox*, std::less<>> checks_;
   QStackedWidget* stack_ = nullptr;
   QWidget* emptyPage_ = nullptr;
+  // The text tool's own page: its text, font and size, kept in the record.
+  QWidget* textPage_ = nullptr;
+  QLineEdit* txtText_ = nullptr;
+  QFontComboBox* cbTextFont_ = nullptr;
+  QSpinBox* txtTextSize_ = nullptr;
   QToolButton* gradColor_[2] = {nullptr, nullptr};
   QLabel* iGrad_ = nullptr;
   QToolButton* maskColor_ = nullptr;

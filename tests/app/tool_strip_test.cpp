@@ -10,6 +10,7 @@
 #include <QComboBox>
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QSpinBox>
 #include <QScrollBar>
 #include <QSlider>
 #include <QToolButton>
@@ -170,6 +171,35 @@ TEST(ToolStrip, BuiltInStampsAreInkOnPaperAndTheFirstIsChosen) {
   ASSERT_EQ(defined->count(), kBuiltInStampCount);
   defined->activated(2);
   EXPECT_EQ(*s.app.StampBits(), BuiltInStamp(2));
+}
+
+// The text tool's page: typing sets the record's text and a new mask
+// follows; the size box scales it.
+TEST(ToolStrip, TextPageWritesTheRecordAndRedrawsTheMask) {
+  Strip s;
+  s.strip->ClickTool("Text");
+  QWidget* page = s.strip->findChild<QWidget*>("TextTool");
+  ASSERT_NE(page, nullptr);
+  EXPECT_TRUE(page->isVisible());
+  auto* text = page->findChild<QLineEdit*>("txtText");
+  auto* size = page->findChild<QSpinBox*>("txtTextSize");
+  ASSERT_TRUE(text && size);
+  text->clear();
+  Type(text, "Hi");
+  EXPECT_EQ(QString::fromStdString(s.app.Record().TextToolText.Get()).trimmed(), "Hi");
+  ASSERT_NE(s.app.TextMask(), nullptr);
+  const int small = s.app.TextMask()->Height();
+  size->setValue(40);
+  EXPECT_EQ(s.app.Record().TextToolSize, 40);
+  ASSERT_NE(s.app.TextMask(), nullptr);
+  EXPECT_GT(s.app.TextMask()->Height(), small);
+  // No text: nothing to stamp.
+  text->selectAll();
+  QKeyEvent erase(QEvent::KeyPress, Qt::Key_Backspace, Qt::NoModifier);
+  QApplication::sendEvent(text, &erase);
+  EXPECT_EQ(s.app.TextMask(), nullptr);
+  s.strip->ClickTool("Brush");
+  EXPECT_FALSE(page->isVisible());
 }
 
 }  // namespace
