@@ -2,8 +2,8 @@
 // editor opens it: every MenuExec word that needs no window (filters, zoom,
 // rotation, flips, crops, the selection words, UNDO and REDO, the clipboard
 // words on a clipboard of the process's own). The active document's picture
-// at the end is written to OUT; --keep-temp DIR copies the undo snapshots
-// there for inspection.
+// at the end is written to OUT, with a paste still floating laid down first;
+// --keep-temp DIR copies the undo snapshots there for inspection.
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -140,6 +140,9 @@ int RunCommandWords(const Arguments& args) {
                    word.c_str(), form.c_str());
     }
   }
+  // A paste still floats until the next click: the end of the run is that
+  // click, as a tool button's is in the editor.
+  if (app.Tools().BeforeToolClick) app.Tools().BeforeToolClick();
   const double ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 
   Document* result = app.GetActiveImage();

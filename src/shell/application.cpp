@@ -72,6 +72,8 @@ struct Application::InstanceLockHolder {
 Application::Application(UserInterface& ui, std::filesystem::path appFolder)
     : ui_(ui), appFolder_(std::move(appFolder)), record_(DefaultStartRecord(appFolder_)) {
   tools_ = std::make_unique<ToolPanel>(record_);
+  // The paste box's opacity slider is a view of the record's field.
+  clips_.SetPressure(record_.PasteBoxPressure);
   // Only the main engine's progress is listened to; it drives the active
   // document's bar.
   cFilter_.SetProgressHandler([this](int32_t percent) {

@@ -186,5 +186,24 @@ TEST(CliRun, SelectionWordsSteerTheFilters) {
     }
 }
 
+// COPY then PASTE: the clip floats at the top-left corner until the run
+// ends, which lays it down at the paste box's opacity (80 in a fresh record):
+// w * clip + (1 - w) * picture, rounded half to even.
+TEST(CliRun, APasteStillFloatingIsLaidDownAtTheEnd) {
+  const Sample s;
+  const Bits before = Load(s.in);
+  ASSERT_EQ(RunCli({"run", "COPY,PASTE", s.in, s("pasted.png"), "--select", "10,20,60,50"}).exit_code, 0);
+  const Bits after = Load(s("pasted.png"));
+  const double w = 80 / 100.0;
+  for (int y = 0; y < before.Height(); ++y)
+    for (int x = 0; x < before.Width(); ++x)
+      for (int c = 0; c < 3; ++c) {
+        int expected = before.At(c, x, y);
+        if (x < 50 && y < 30)
+          expected = static_cast<int>(std::nearbyint(w * before.At(c, x + 10, y + 20) + (1 - w) * before.At(c, x, y)));
+        ASSERT_EQ(after.At(c, x, y), expected) << x << "," << y << " channel " << c;
+      }
+}
+
 }  // namespace
 }  // namespace kelvane
