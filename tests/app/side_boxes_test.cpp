@@ -135,11 +135,14 @@ TEST(SideBoxContents, HistoryRowClickJumpsBackAndForth) {
   EXPECT_EQ(b.doc->History().UndoPos(), 2);
 }
 
-TEST(SideBoxContents, PasteOpacityStartsAtFiftyAndWritesTheModel) {
+// The opacity slider is a view of the record's PasteBoxPressure (80 in a
+// fresh record); moving it writes the model and the record.
+TEST(SideBoxContents, PasteOpacityShowsTheRecordAndWritesIt) {
   Boxes b(Ramp(8, 8));
-  EXPECT_EQ(b.contents->History()->PressureSlider()->value(), 50);
+  EXPECT_EQ(b.contents->History()->PressureSlider()->value(), 80);
   b.contents->History()->PressureSlider()->setValue(77);
   EXPECT_EQ(b.app.Clips().Pressure(), 77);
+  EXPECT_EQ(b.app.Record().PasteBoxPressure, 77);
   Bits clip = Ramp(6, 4);
   b.app.Clips().AddClip(clip);
   b.contents->RefreshHistory();
