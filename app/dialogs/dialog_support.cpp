@@ -1,4 +1,5 @@
 #include "dialogs/dialog_support.h"
+#include "boxes/picture_convert.h"
 
 #include <QColorDialog>
 #include <QDialogButtonBox>
@@ -30,10 +31,6 @@ class NumberKeyFilter : public QObject {
   }
 };
 
-QColor ToQColor(int32_t colour) { return QColor(colour & 0xFF, (colour >> 8) & 0xFF, (colour >> 16) & 0xFF); }
-
-int32_t FromQColor(const QColor& c) { return c.red() | (c.green() << 8) | (c.blue() << 16); }
-
 }  // namespace
 
 QString ToQString(std::string_view text) {
@@ -61,7 +58,7 @@ Bits FittedCopy(const Bits& picture, int32_t maxWidth, int32_t maxHeight) {
   int32_t width = 0, height = 0;
   FitSize(picture.Width(), picture.Height(), maxWidth, maxHeight, width, height);
   if (width == picture.Width() && height == picture.Height()) return picture;
-  const QImage scaled = BitsToImage(picture).scaled(std::max(width, 1), std::max(height, 1),
+  const QImage scaled = ImageFromBits(picture).scaled(std::max(width, 1), std::max(height, 1),
                                                      Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
   return ImageToBits(scaled);
 }
@@ -73,7 +70,7 @@ PicturePreview::PicturePreview(const char* name, QSize box, QWidget* parent) : Q
   setFrameStyle(QFrame::StyledPanel | QFrame::Sunken);
 }
 
-void PicturePreview::SetPicture(const Bits& picture) { SetImage(BitsToImage(picture)); }
+void PicturePreview::SetPicture(const Bits& picture) { SetImage(ImageFromBits(picture)); }
 
 void PicturePreview::SetImage(const QImage& image) {
   if (image.isNull()) {
@@ -101,7 +98,8 @@ ColourSwatch::ColourSwatch(const char* name, int32_t colour, QWidget* parent) : 
 
 void ColourSwatch::SetColour(int32_t colour) {
   colour_ = colour;
-  const QColor c = ToQColor(colour);
+  // No colour (-1) shows as white paper.
+  const QColor c = colour < 0 ? QColor(Qt::white) : ToQColor(colour);
   setStyleSheet(QString("background-color: %1; border: 1px solid palette(dark);").arg(c.name()));
 }
 

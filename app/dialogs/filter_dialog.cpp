@@ -1,4 +1,5 @@
 #include "dialogs/filter_dialog.h"
+#include "boxes/picture_convert.h"
 
 #include <QButtonGroup>
 #include <QCheckBox>
@@ -241,7 +242,7 @@ void FilterSettingsDialog::Load() {
 }
 
 void FilterSettingsDialog::DrawPreviews() {
-  QImage source = BitsToImage(model_.ThumbBits);
+  QImage source = ImageFromBits(model_.ThumbBits);
   if (!source.isNull() && model_.PickEnabled && model_.PickMarked) {
     QPainter p(&source);
     const QPoint at(static_cast<int>(model_.PickX * model_.ThumbWidth),

@@ -1,4 +1,5 @@
 #include "dialogs/open_picture_dialog.h"
+#include "boxes/picture_convert.h"
 
 #include <QFileInfo>
 #include <QGridLayout>
@@ -81,7 +82,7 @@ void OpenPictureDialog::ShowPreview(const QString& file) {
       if (!depth.empty()) facts += "\n" + QString::fromStdString(depth);
       Bits picture;
       if (LoadPictureFile(path, picture, error)) {
-        const QImage image = BitsToImage(picture);
+        const QImage image = ImageFromBits(picture);
         if (!image.isNull())
           picture_->setPixmap(QPixmap::fromImage(
               image.scaled(kPreviewWidth, kPreviewHeight, Qt::KeepAspectRatio, Qt::SmoothTransformation)));

@@ -1,4 +1,5 @@
 #include "dialogs/size_dialogs.h"
+#include "boxes/picture_convert.h"
 
 #include <QButtonGroup>
 #include <QCheckBox>
@@ -237,7 +238,7 @@ CanvasSizeDialog::CanvasSizeDialog(Application& app, fCanvas& model, QWidget* pa
   setObjectName("fCanvas");
   setWindowTitle(ToQString(fCanvas::kCaption));
   QImage picture;
-  if (Document* doc = app.GetActiveImage()) picture = BitsToImage(FittedCopy(doc->Bits(), 220, 160));
+  if (Document* doc = app.GetActiveImage()) picture = ImageFromBits(FittedCopy(doc->Bits(), 220, 160));
   auto* layout = new QHBoxLayout(this);
   auto* left = new QVBoxLayout();
   left->addWidget(SizeBoxesForm(this, txtW_, txtH_, chkKeepProportions_, fCanvas::kKeepProportionsCaption));

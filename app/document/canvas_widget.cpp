@@ -1,4 +1,5 @@
 #include "document/canvas_widget.h"
+#include "boxes/picture_convert.h"
 
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -52,13 +53,8 @@ void CanvasWidget::DrawFloatingPaste(QPainter& painter) {
   Rect area;
   Bits patch;
   if (clips_->FloatingPreview(doc_, area, patch) && !patch.IsNull()) {
-    QImage image(patch.Width(), patch.Height(), QImage::Format_RGB32);
+    const QImage image = ImageFromBits(patch);
     if (!image.isNull()) {
-      for (int y = 0; y < patch.Height(); ++y) {
-        const uint8_t* s = patch.Row(y);
-        QRgb* line = reinterpret_cast<QRgb*>(image.scanLine(y));
-        for (int x = 0; x < patch.Width(); ++x, s += 4) line[x] = qRgb(s[2], s[1], s[0]);
-      }
       const Point at = PictureToCanvas(area.left, area.top, h, v, z);
       painter.drawImage(QRect(at.x, at.y, patch.Width() * z, patch.Height() * z), image);
     }

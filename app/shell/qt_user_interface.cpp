@@ -1,4 +1,5 @@
 #include "shell/qt_user_interface.h"
+#include "boxes/picture_convert.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -60,17 +61,6 @@ QStringList QtNameFilters(std::string_view filter) {
   return filters;
 }
 
-QImage BitsToImage(const Bits& bits) {
-  if (bits.IsNull() || bits.Width() < 1 || bits.Height() < 1) return QImage();
-  QImage image(bits.Width(), bits.Height(), QImage::Format_RGB32);
-  for (int y = 0; y < bits.Height(); ++y) {
-    const uint8_t* src = bits.Pixel(0, y);
-    auto* dst = reinterpret_cast<QRgb*>(image.scanLine(y));
-    for (int x = 0; x < bits.Width(); ++x, src += 4) dst[x] = qRgb(src[2], src[1], src[0]);
-  }
-  return image;
-}
-
 Bits ImageToBits(const QImage& image) {
   if (image.isNull()) return Bits();
   const QImage rgb = image.convertToFormat(QImage::Format_RGB32);
@@ -100,7 +90,7 @@ Bits QtClipboard::Picture() const {
 }
 
 void QtClipboard::SetPicture(const Bits& picture) {
-  const QImage image = BitsToImage(picture);
+  const QImage image = ImageFromBits(picture);
   if (!image.isNull()) QGuiApplication::clipboard()->setImage(image);
 }
 

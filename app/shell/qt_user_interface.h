@@ -49,9 +49,7 @@ namespace kelvane {
 // kept as written, so a slip such as "*.rgb,*.rgba" stays one pattern.
 QStringList QtNameFilters(std::string_view filter);
 
-// A picture without its frame, (blue, green, red) to RGB32; a null image for
-// a null or empty array.
-QImage BitsToImage(const Bits& bits);
+// Pictures go to QImage through ImageFromBits (boxes/picture_convert.h).
 // Any QImage to a new array of its size; a null array for a null image.
 Bits ImageToBits(const QImage& image);
 

@@ -23,6 +23,7 @@
 #include <set>
 
 #include "dialogs/dialog_support.h"
+#include "boxes/picture_convert.h"
 #include "dialogs/filter_dialog.h"
 #include "document/canvas_widget.h"
 #include "document/document_window.h"
@@ -496,7 +497,7 @@ TEST(QtUserInterfaceParts, PicturesCrossTheClipboardWithoutTheirFrame) {
       p[2] = static_cast<uint8_t>(200 + y);     // red
       p[3] = 77;                                // spare: not carried
     }
-  const QImage image = BitsToImage(bits);
+  const QImage image = ImageFromBits(bits);
   ASSERT_EQ(image.size(), QSize(3, 2));
   EXPECT_EQ(image.pixel(2, 1), qRgb(201, 102, 21));
   EXPECT_EQ(image.pixel(0, 0), qRgb(200, 100, 0));
@@ -517,7 +518,7 @@ TEST(QtUserInterfaceParts, PicturesCrossTheClipboardWithoutTheirFrame) {
   // The frame stays zero.
   EXPECT_EQ(back.Pixel(-1, 0)[2], 0);
   EXPECT_EQ(back.Pixel(3, 1)[1], 0);
-  EXPECT_TRUE(BitsToImage(Bits()).isNull());
+  EXPECT_TRUE(ImageFromBits(Bits()).isNull());
   EXPECT_TRUE(ImageToBits(QImage()).IsNull());
 }
 
