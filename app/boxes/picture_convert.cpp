@@ -1,7 +1,8 @@
 #include "boxes/picture_convert.h"
 
 #include <algorithm>
-#include <cmath>
+
+#include "base/fit_size.h"
 
 namespace kelvane {
 
@@ -40,11 +41,10 @@ Bits BitsFromImage(const QImage& image) {
 
 QSize FitInto(QSize picture, QSize box) {
   if (picture.width() < 1 || picture.height() < 1 || box.width() < 1 || box.height() < 1) return QSize(1, 1);
-  if (picture.width() <= box.width() && picture.height() <= box.height()) return picture;
-  const double scale = std::min(static_cast<double>(box.width()) / picture.width(),
-                                static_cast<double>(box.height()) / picture.height());
-  return QSize(std::max(1, static_cast<int>(std::lround(picture.width() * scale))),
-               std::max(1, static_cast<int>(std::lround(picture.height() * scale))));
+  // The thumbnails' fitting rule of the whole program.
+  int32_t width = 0, height = 0;
+  FitSize(picture.width(), picture.height(), box.width(), box.height(), width, height);
+  return QSize(std::max(1, width), std::max(1, height));
 }
 
 QImage ScaledThumbnail(const Bits& bits, QSize box, bool smooth) {

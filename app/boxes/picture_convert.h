@@ -29,6 +29,7 @@ Bits BitsFromImage(const QImage& image);
 // The picture fitted into `box` (aspect kept, at least 1 x 1, never larger
 // than the picture).
 QImage ScaledThumbnail(const Bits& bits, QSize box, bool smooth);
+// FitSize on Qt sizes, at least 1 x 1.
 QSize FitInto(QSize picture, QSize box);
 
 QColor ToQColor(int32_t colour);
